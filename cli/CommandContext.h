@@ -1,0 +1,57 @@
+#pragma once
+// What every subcommand shares: the global options, the terminal prompter, the
+// workbench of the run and the per-file loop with its error reporting.
+
+#include <filesystem>
+#include <functional>
+#include <iosfwd>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "TerminalPrompter.h"
+#include "app/Workbench.h"
+
+namespace convora::cli {
+
+inline constexpr int kExitOk = 0;
+inline constexpr int kExitFailure = 1;
+inline constexpr int kExitUsage = 2;
+inline constexpr int kExitNoTemplate = 3;
+
+class CommandContext {
+ public:
+  CommandContext(std::istream& in, std::ostream& out, std::ostream& err,
+                 std::filesystem::path programFolder);
+
+  std::string templatePath;  // --template; empty for the one beside the program
+  int exitCode = kExitOk;
+
+  TerminalPrompter& Prompter() { return prompter_; }
+  std::ostream& Out() { return out_; }
+  std::ostream& Err() { return err_; }
+
+  // Loads the template into a new workbench whose List1 is printed on stdout
+  // as it grows; without a template, shows the message, sets the exit status
+  // and returns nothing.
+  std::unique_ptr<Workbench> OpenWorkbench();
+
+  // Runs `process` for each file as the selected file. A file that ends in an
+  // error, or adds nothing to List1, makes the exit status 1.
+  void ForEachFile(Workbench& bench, const std::vector<std::string>& files,
+                   const std::function<void(Workbench&)>& process);
+
+  // Reports `why` for `path` as "error: PATH: WHY" and marks the run failed.
+  void ReportError(const std::filesystem::path& path, const std::string& why);
+
+ private:
+  std::ostream& out_;
+  std::ostream& err_;
+  std::filesystem::path programFolder_;
+  TerminalPrompter prompter_;
+};
+
+// The absolute, lexically normal form of a path given on the command line.
+std::filesystem::path SelectedPathFor(const std::string& argument);
+
+}  // namespace convora::cli

@@ -1,0 +1,14 @@
+#pragma once
+// Each subcommand registers its options and its action on the application.
+
+#include <CLI/CLI.hpp>
+
+#include "CommandContext.h"
+
+namespace convora::cli {
+
+void AddBinaryCommand(CLI::App& app, CommandContext& context);
+void AddWavCommand(CLI::App& app, CommandContext& context);
+void AddInfoCommand(CLI::App& app, CommandContext& context);
+
+}  // namespace convora::cli

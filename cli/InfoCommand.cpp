@@ -1,0 +1,117 @@
+// `info`: a header summary of ABF files, as text for people or JSON for scripts.
+
+#include <charconv>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "Commands.h"
+#include "abf/AbfSummary.h"
+#include "abf/ConvoraError.h"
+#include "abf/TemplateFile.h"
+
+namespace convora::cli {
+namespace {
+
+struct InfoCommand {
+  std::vector<std::string> files;
+  bool json = false;
+};
+
+// Shortest text that reads back as the same number.
+std::string Number(double value) {
+  char buffer[64];
+  const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
+  return std::string(buffer, result.ptr);
+}
+
+std::string Number(float value) {
+  char buffer[64];
+  const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
+  return std::string(buffer, result.ptr);
+}
+
+std::string JsonString(std::string_view text) {
+  std::string quoted = "\"";
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (c == '"' || c == '\\') {
+      quoted += '\\';
+      quoted += c;
+    } else if (byte < 0x20 || byte >= 0x7f) {
+      static const char* hex = "0123456789abcdef";
+      quoted += "\\u00";
+      quoted += hex[byte >> 4];
+      quoted += hex[byte & 15];
+    } else {
+      quoted += c;
+    }
+  }
+  return quoted + "\"";
+}
+
+void PrintText(std::ostream& out, const std::filesystem::path& path, const AbfSummary& s) {
+  std::string units;
+  for (const auto& unit : s.units) units += (units.empty() ? "" : ", ") + unit;
+  out << path.string() << '\n'
+      << "  channels:        " << s.channels << '\n'
+      << "  units:           " << units << '\n'
+      << "  sample interval: " << Number(s.sampleInterval) << " us\n"
+      << "  samples:         " << s.samples << '\n'
+      << "  duration:        " << Number(s.durationSeconds) << " s\n"
+      << "  data pointer:    block " << s.dataBlock << " (byte " << s.dataByte << ")\n"
+      << "  operation mode:  " << s.operationMode << " (" << s.operationModeName << ")\n";
+}
+
+std::string JsonObject(const std::filesystem::path& path, const AbfSummary& s) {
+  std::string units;
+  for (const auto& unit : s.units) units += (units.empty() ? "" : ", ") + JsonString(unit);
+  return "{\"file\": " + JsonString(path.string()) + ", \"channels\": " +
+         std::to_string(s.channels) + ", \"units\": [" + units +
+         "], \"sampleIntervalUs\": " + Number(s.sampleInterval) +
+         ", \"samples\": " + std::to_string(s.samples) +
+         ", \"durationSeconds\": " + Number(s.durationSeconds) +
+         ", \"dataSectionBlock\": " + std::to_string(s.dataBlock) +
+         ", \"dataSectionByte\": " + std::to_string(s.dataByte) +
+         ", \"operationMode\": " + std::to_string(s.operationMode) +
+         ", \"operationModeName\": " + JsonString(s.operationModeName) + "}";
+}
+
+void RunInfo(const InfoCommand& info, CommandContext& context) {
+  std::vector<std::string> objects;
+  for (const std::string& file : info.files) {
+    const auto path = SelectedPathFor(file);
+    try {
+      const AbfHeader header = ReadAbfHeader(path);
+      if (!IsAbfFile(header)) throw ConvoraError("not an ABF 1.x file (no \"ABF \" signature)");
+      const AbfSummary summary = Summarize(header);
+      if (info.json) {
+        objects.push_back(JsonObject(path, summary));
+      } else {
+        PrintText(context.Out(), path, summary);
+      }
+    } catch (const ConvoraError& e) {
+      context.ReportError(path, e.what());
+    }
+  }
+  if (info.json) {
+    context.Out() << "[";
+    for (std::size_t i = 0; i < objects.size(); ++i) {
+      context.Out() << (i ? ",\n " : "") << objects[i];
+    }
+    context.Out() << "]\n";
+  }
+}
+
+}  // namespace
+
+void AddInfoCommand(CLI::App& app, CommandContext& context) {
+  auto state = std::make_shared<InfoCommand>();
+  CLI::App* command = app.add_subcommand("info", "Print a summary of each ABF FILE's header");
+  command->add_option("FILE", state->files, "ABF files")->required();
+  command->add_flag("--json", state->json, "one JSON array, an object per file");
+  command->callback([state, &context] { RunInfo(*state, context); });
+}
+
+}  // namespace convora::cli

@@ -1,0 +1,64 @@
+#include "TerminalPrompter.h"
+
+#include <cctype>
+#include <istream>
+#include <ostream>
+
+#ifdef _WIN32
+#include <io.h>
+#define CONVORA_ISATTY(fd) _isatty(fd)
+#else
+#include <unistd.h>
+#define CONVORA_ISATTY(fd) isatty(fd)
+#endif
+
+namespace convora::cli {
+
+bool StdinIsTerminal() { return CONVORA_ISATTY(0) != 0; }
+
+void TerminalPrompter::ShowMessage(std::string_view title, std::string_view text) {
+  err_ << title << ": " << text << '\n' << std::flush;
+}
+
+std::optional<std::string> TerminalPrompter::ReadLine() {
+  std::string line;
+  if (!std::getline(in_, line)) return std::nullopt;
+  if (!line.empty() && line.back() == '\r') line.pop_back();
+  return line;
+}
+
+bool TerminalPrompter::AskChoice(const Question& question, std::string_view hint, char yesLetter) {
+  ShowMessage(question.title, question.text);
+  if (auto given = choices_.find(std::string(question.key)); given != choices_.end()) {
+    return given->second;
+  }
+  if (!interactive_) return false;
+  err_ << hint << ' ' << std::flush;
+  const auto answer = ReadLine();
+  return answer && !answer->empty() &&
+         std::tolower(static_cast<unsigned char>(answer->front())) == yesLetter;
+}
+
+bool TerminalPrompter::AskYesNo(const Question& question) {
+  return AskChoice(question, "[y/N]", 'y');
+}
+
+bool TerminalPrompter::AskOkCancel(const Question& question) {
+  return AskChoice(question, "[o(k)/C(ancel)]", 'o');
+}
+
+std::optional<std::string> TerminalPrompter::AskInput(const InputRequest& request) {
+  if (auto given = inputs_.find(std::string(request.key)); given != inputs_.end()) {
+    return given->second;
+  }
+  if (!interactive_) return std::string(request.defaultValue);
+  err_ << request.title << ": " << request.prompt << " [" << request.defaultValue << "] "
+       << std::flush;
+  auto answer = ReadLine();
+  if (answer && answer->empty()) return std::string(request.defaultValue);
+  return answer;  // end of input counts as Cancel
+}
+
+void TerminalPrompter::Notice(std::string_view text) { err_ << "notice: " << text << '\n'; }
+
+}  // namespace convora::cli

@@ -1,0 +1,43 @@
+#pragma once
+// The command line's Prompter: answers come from options; a question without
+// one is asked on the terminal, or, with no terminal, gets its default (input
+// boxes) or No / Cancel. Every message box becomes one line "TITLE: TEXT".
+
+#include <iosfwd>
+#include <map>
+#include <string>
+
+#include "app/Prompter.h"
+
+namespace convora::cli {
+
+class TerminalPrompter : public Prompter {
+ public:
+  TerminalPrompter(std::istream& in, std::ostream& err, bool interactive)
+      : in_(in), err_(err), interactive_(interactive) {}
+
+  void SetInputAnswers(std::map<std::string, std::string> answers) { inputs_ = std::move(answers); }
+  void SetChoice(const std::string& key, bool yes) { choices_[key] = yes; }
+
+  void ShowMessage(std::string_view title, std::string_view text) override;
+  bool AskYesNo(const Question& question) override;
+  bool AskOkCancel(const Question& question) override;
+  std::optional<std::string> AskInput(const InputRequest& request) override;
+  void Notice(std::string_view text) override;
+  void SetBusy(bool) override {}
+
+ private:
+  bool AskChoice(const Question& question, std::string_view hint, char yesLetter);
+  std::optional<std::string> ReadLine();
+
+  std::istream& in_;
+  std::ostream& err_;
+  bool interactive_;
+  std::map<std::string, std::string> inputs_;
+  std::map<std::string, bool> choices_;
+};
+
+// True when standard input is a terminal a person can answer on.
+bool StdinIsTerminal();
+
+}  // namespace convora::cli

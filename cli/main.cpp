@@ -1,0 +1,46 @@
+// convora: the command-line front end. One subcommand per button of the
+// window; FILEs are processed in order, each as one selected file.
+
+#include <iostream>
+
+#include <CLI/CLI.hpp>
+
+#include "CommandContext.h"
+#include "Commands.h"
+#include "ProgramFolder.h"
+#include "app/Version.h"
+
+int main(int argc, char** argv) {
+  using namespace convora::cli;
+  CommandContext context(std::cin, std::cout, std::cerr, ProgramFolder(argv[0]));
+
+  CLI::App app{"Convora: converts electrophysiology recordings to ABF 1.x and edits ABF files",
+               "convora"};
+  app.require_subcommand(0, 1);
+  bool showVersion = false;
+  app.add_flag("--version", showVersion, "print the version and exit");
+  app.add_option("--template", context.templatePath,
+                 "the template header to use instead of the SamplABF.dat beside the program");
+
+  AddBinaryCommand(app, context);
+  AddWavCommand(app, context);
+  AddInfoCommand(app, context);
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::Success& e) {
+    return app.exit(e);
+  } catch (const CLI::ParseError& e) {
+    app.exit(e);
+    return kExitUsage;
+  }
+  if (showVersion) {
+    std::cout << convora::kProductCaption << '\n';
+    return kExitOk;
+  }
+  if (app.get_subcommands().empty()) {
+    std::cerr << app.help();
+    return kExitUsage;
+  }
+  return context.exitCode;
+}

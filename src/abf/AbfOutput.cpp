@@ -1,0 +1,78 @@
+#include "abf/AbfOutput.h"
+
+#include <algorithm>
+#include <string>
+#include <utility>
+
+#include "abf/ConvoraError.h"
+#include "abf/Numbers.h"
+
+namespace convora {
+
+std::filesystem::path OutputNameFor(const std::filesystem::path& source,
+                                    std::string_view extension) {
+  const std::u8string text = source.u8string();
+  const std::u8string stem = text.substr(0, text.find(u8'.'));
+  return std::filesystem::path(stem + std::u8string(extension.begin(), extension.end()));
+}
+
+void SetChannelFields(AbfHeader& header, std::size_t channel, std::string_view unit,
+                      std::optional<float> scaleFactor) {
+  header.Set(abf::nADCSamplingSeq, channel, static_cast<std::int16_t>(channel));
+  SetChannelCalibration(header, channel, unit, scaleFactor);
+}
+
+void SetChannelCalibration(AbfHeader& header, std::size_t channel, std::string_view unit,
+                           std::optional<float> scaleFactor) {
+  header.Set(abf::sADCUnits, channel, unit);
+  header.Set(abf::fADCProgrammableGain, channel, 1.0f);
+  if (scaleFactor) header.Set(abf::fInstrumentScaleFactor, channel, *scaleFactor);
+  header.Set(abf::fInstrumentOffset, channel, 0.0f);
+  header.Set(abf::fSignalGain, channel, 1.0f);
+  header.Set(abf::fSignalOffset, channel, 0.0f);
+}
+
+std::optional<float> SecondsPerRunOf(const AbfHeader& header) {
+  return NarrowToSingle(static_cast<double>(header.Get(abf::fADCSampleInterval)) *
+                        header.Get(abf::lActualAcqLength) / 1'000'000.0);
+}
+
+void DataSectionWriter::WriteSamples(std::span<const std::int16_t> samples) {
+  scratch_.resize(samples.size() * 2);
+  for (std::size_t i = 0; i < samples.size(); ++i) {
+    StoreLittleEndian<std::int16_t>(&scratch_[2 * i], samples[i]);
+  }
+  WriteBytes(scratch_);
+}
+
+void DataSectionWriter::WriteBytes(std::span<const std::uint8_t> bytes) {
+  file_.WriteAt(position_, bytes);
+  position_ += static_cast<std::int64_t>(bytes.size());
+}
+
+void WriteAbfFile(const AbfHeader& header, const std::filesystem::path& source,
+                  const std::filesystem::path& output, const SampleProducer& produceSamples) {
+  const std::int32_t dataBlock = header.Get(abf::lDataSectionPtr);
+  if (dataBlock < 0) throw ConvoraError("the template's data section pointer is negative");
+  OutputFile file = OpenOutputFor(source, output);
+  file.WriteAt(0, header.Bytes());
+  DataSectionWriter writer(file, dataBlock * ABF_BLOCK_BYTES);
+  produceSamples(writer);
+  file.Close();
+}
+
+void CopyBytes(SourceFile& source, std::int64_t offset, std::int64_t count,
+               DataSectionWriter& out, bool swapPairs) {
+  constexpr std::int64_t kChunk = 1 << 20;  // even, so value pairs never straddle chunks
+  std::vector<std::uint8_t> buffer;
+  for (std::int64_t done = 0; done < count; done += kChunk) {
+    buffer.resize(static_cast<std::size_t>(std::min(kChunk, count - done)));
+    source.ReadPadded(offset + done, buffer);
+    if (swapPairs) {
+      for (std::size_t i = 0; i + 1 < buffer.size(); i += 2) std::swap(buffer[i], buffer[i + 1]);
+    }
+    out.WriteBytes(buffer);
+  }
+}
+
+}  // namespace convora

@@ -1,0 +1,66 @@
+#pragma once
+// The steps every converter ends with: the output's name, the fields all
+// outputs set, and the writer of the data section.
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "abf/AbfHeader.h"
+#include "abf/FileIo.h"
+
+namespace convora {
+
+// Everything before the first "." of the whole path, folders included, plus
+// `extension`; the whole path plus `extension` when there is no ".". Cutting
+// at a dotted folder (D:\exp.2\cell.dat gives D:\exp.ABF) is kept on purpose:
+// files converted by earlier releases are found under those names.
+std::filesystem::path OutputNameFor(const std::filesystem::path& source,
+                                    std::string_view extension = ".ABF");
+
+// Channel k's unit text, unit gains and zero offsets. Without a scale factor
+// the channel keeps the one it had (a conversion whose range could not be used
+// leaves it so).
+void SetChannelCalibration(AbfHeader& header, std::size_t channel, std::string_view unit,
+                           std::optional<float> scaleFactor);
+
+// The same, with channel k sampled in slot k of the sampling sequence.
+void SetChannelFields(AbfHeader& header, std::size_t channel, std::string_view unit,
+                      std::optional<float> scaleFactor);
+
+// fADCSampleInterval x lActualAcqLength / 1e6, the recording's length in
+// seconds, as a float; nothing when it does not fit one.
+std::optional<float> SecondsPerRunOf(const AbfHeader& header);
+
+// Writes the data section sequentially from its start.
+class DataSectionWriter {
+ public:
+  DataSectionWriter(OutputFile& file, std::int64_t start) : file_(file), position_(start) {}
+
+  void WriteSamples(std::span<const std::int16_t> samples);
+  void WriteBytes(std::span<const std::uint8_t> bytes);
+
+ private:
+  OutputFile& file_;
+  std::int64_t position_;
+  std::vector<std::uint8_t> scratch_;
+};
+
+using SampleProducer = std::function<void(DataSectionWriter&)>;
+
+// Writes `header` at byte 0 of `output` and the samples from lDataSectionPtr x
+// 512 on. Refuses to write over `source` itself.
+void WriteAbfFile(const AbfHeader& header, const std::filesystem::path& source,
+                  const std::filesystem::path& output, const SampleProducer& produceSamples);
+
+// Copies `count` bytes of the source from `offset` on, in bounded chunks;
+// bytes past the source's end are written as zeros. With `swapPairs` the two
+// bytes of every 16-bit value are exchanged on the way.
+void CopyBytes(SourceFile& source, std::int64_t offset, std::int64_t count,
+               DataSectionWriter& out, bool swapPairs = false);
+
+}  // namespace convora

@@ -1,0 +1,86 @@
+#include "abf/FileIo.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <string>
+#include <system_error>
+
+#include "abf/ConvoraError.h"
+
+namespace convora {
+namespace {
+
+std::string SystemReason() { return std::strerror(errno); }
+
+}  // namespace
+
+SourceFile::SourceFile(const std::filesystem::path& path) {
+  std::error_code ec;
+  const auto status = std::filesystem::status(path, ec);
+  if (!std::filesystem::exists(status)) throw ConvoraError("the file does not exist");
+  if (std::filesystem::is_directory(status)) throw ConvoraError("this is a folder, not a file");
+  if (!std::filesystem::is_regular_file(status)) throw ConvoraError("this is not a regular file");
+  errno = 0;
+  stream_.open(path, std::ios::binary);
+  if (!stream_) throw ConvoraError("cannot open the file for reading (" + SystemReason() + ")");
+  length_ = static_cast<std::int64_t>(std::filesystem::file_size(path, ec));
+  if (ec) throw ConvoraError("cannot read the file's length (" + ec.message() + ")");
+}
+
+std::size_t SourceFile::ReadPadded(std::int64_t offset, std::span<std::uint8_t> out) {
+  std::size_t got = 0;
+  if (offset >= 0 && offset < length_) {
+    const auto available = static_cast<std::uint64_t>(length_ - offset);
+    const auto wanted = std::min<std::uint64_t>(out.size(), available);
+    stream_.clear();
+    stream_.seekg(offset);
+    stream_.read(reinterpret_cast<char*>(out.data()), static_cast<std::streamsize>(wanted));
+    got = static_cast<std::size_t>(stream_.gcount());
+    if (got != wanted) throw ConvoraError("the file could not be read to its end");
+  }
+  std::fill(out.begin() + static_cast<std::ptrdiff_t>(got), out.end(), std::uint8_t{0});
+  return got;
+}
+
+OutputFile::OutputFile(const std::filesystem::path& path) : path_(path) {
+  errno = 0;
+  stream_.open(path, std::ios::binary | std::ios::in | std::ios::out);
+  if (!stream_) {
+    // Not there yet: create it. Only then may we open with truncation.
+    std::error_code ec;
+    if (std::filesystem::exists(path, ec)) {
+      throw ConvoraError("cannot open " + path.string() + " for writing (" + SystemReason() + ")");
+    }
+    stream_.clear();
+    errno = 0;
+    stream_.open(path, std::ios::binary | std::ios::out | std::ios::trunc);
+    if (!stream_) {
+      throw ConvoraError("cannot create " + path.string() + " (" + SystemReason() + ")");
+    }
+  }
+}
+
+void OutputFile::WriteAt(std::int64_t offset, std::span<const std::uint8_t> bytes) {
+  stream_.seekp(offset);
+  stream_.write(reinterpret_cast<const char*>(bytes.data()),
+                static_cast<std::streamsize>(bytes.size()));
+  if (!stream_) throw ConvoraError("cannot write to " + path_.string() + " (" + SystemReason() + ")");
+}
+
+void OutputFile::Close() {
+  stream_.flush();
+  const bool ok = static_cast<bool>(stream_);
+  stream_.close();
+  if (!ok || stream_.fail()) throw ConvoraError("cannot finish writing " + path_.string());
+}
+
+OutputFile OpenOutputFor(const std::filesystem::path& source, const std::filesystem::path& output) {
+  std::error_code ec;
+  if (std::filesystem::equivalent(source, output, ec) && !ec) {
+    throw ConvoraError("the output " + output.string() + " would overwrite the source itself");
+  }
+  return OutputFile(output);
+}
+
+}  // namespace convora

@@ -1,0 +1,46 @@
+#pragma once
+// Positioned, 64-bit binary file access for sources and outputs.
+
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <span>
+
+namespace convora {
+
+class SourceFile {
+ public:
+  // Throws ConvoraError when the path is missing, not a regular file or unreadable.
+  explicit SourceFile(const std::filesystem::path& path);
+
+  std::int64_t Length() const { return length_; }
+
+  // Fills `out` from `offset`; bytes past the end of the file read as zero.
+  // Returns how many bytes came from the file.
+  std::size_t ReadPadded(std::int64_t offset, std::span<std::uint8_t> out);
+
+ private:
+  std::ifstream stream_;
+  std::int64_t length_ = 0;
+};
+
+// Opens for writing without shortening: an existing file is written over from
+// where we write, and bytes past the new end stay as they were.
+class OutputFile {
+ public:
+  explicit OutputFile(const std::filesystem::path& path);
+
+  void WriteAt(std::int64_t offset, std::span<const std::uint8_t> bytes);
+  // Flushes and closes; throws when the data did not reach the file.
+  void Close();
+
+ private:
+  std::filesystem::path path_;
+  std::fstream stream_;
+};
+
+// Opens `output` for a conversion of `source`; refuses when the two name one
+// file, since writing would destroy the samples still to be read.
+OutputFile OpenOutputFor(const std::filesystem::path& source, const std::filesystem::path& output);
+
+}  // namespace convora

@@ -1,0 +1,21 @@
+#include "abf/SampleScaling.h"
+
+#include "abf/Numbers.h"
+
+namespace convora {
+
+std::optional<float> HalfScaleFactor(double range) {
+  if (range == 0.0) return std::nullopt;
+  return NarrowToSingle(10.24 / range / 2.0);
+}
+
+CountScaler::CountScaler(const AbfHeader& header, std::size_t channel)
+    : resolution_(header.Get(abf::lADCResolution)),
+      scaleFactor_(header.Get(abf::fInstrumentScaleFactor, channel)),
+      range_(header.Get(abf::fADCRange)) {}
+
+std::optional<std::int16_t> CountScaler::operator()(double value) const {
+  return RoundToInt16(value * resolution_ * scaleFactor_ / range_ - 1.0);
+}
+
+}  // namespace convora

@@ -1,0 +1,52 @@
+#pragma once
+// Scaling of floating-point sources to 16-bit counts, shared by the converters
+// that take a range from the data's extremes.
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+#include "abf/AbfHeader.h"
+
+namespace convora {
+
+// Running extremes: both start at the first value; a later value replaces one
+// only when strictly beyond it (so a NaN never moves them).
+class Extremes {
+ public:
+  explicit Extremes(double first) : minimum_(first), maximum_(first) {}
+
+  void Add(double value) {
+    if (value < minimum_) minimum_ = value;
+    if (value > maximum_) maximum_ = value;
+  }
+
+  double Minimum() const { return minimum_; }
+  double Maximum() const { return maximum_; }
+
+ private:
+  double minimum_;
+  double maximum_;
+};
+
+// The scale factor that maps `range` to half of full scale, (10.24 / range) / 2,
+// as stored in a float field; nothing when the division fails (a zero range)
+// or the result does not fit a float.
+std::optional<float> HalfScaleFactor(double range);
+
+// value x lADCResolution x fInstrumentScaleFactor[channel] / fADCRange - 1.0 in
+// double precision, rounded half to even; nothing when it does not fit 16 bits.
+// The one count taken off every sample is part of how these files are written.
+// The header's factors are read once, when the scaler is made.
+class CountScaler {
+ public:
+  CountScaler(const AbfHeader& header, std::size_t channel);
+  std::optional<std::int16_t> operator()(double value) const;
+
+ private:
+  double resolution_;
+  double scaleFactor_;
+  double range_;
+};
+
+}  // namespace convora

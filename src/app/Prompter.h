@@ -1,0 +1,48 @@
+#pragma once
+// The one way the core talks to a person: message boxes, questions, input
+// boxes and the busy pointer. The window shows dialogs, the command line reads
+// options and the terminal, tests answer from a script.
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace convora {
+
+// Title of a message box that has none of its own.
+inline constexpr std::string_view kApplicationTitle = "Convora";
+
+// A question with a stable key, so that a front end can answer it from its
+// options ("unknown", "interval", ...).
+struct Question {
+  std::string_view key;
+  std::string_view title;
+  std::string_view text;
+};
+
+struct InputRequest {
+  std::string_view key;
+  std::string_view prompt;
+  std::string_view title;
+  std::string_view defaultValue;
+};
+
+class Prompter {
+ public:
+  virtual ~Prompter() = default;
+
+  // A message box with an OK button.
+  virtual void ShowMessage(std::string_view title, std::string_view text) = 0;
+  // Yes/No box: true for Yes.
+  virtual bool AskYesNo(const Question& question) = 0;
+  // OK/Cancel box: true for OK.
+  virtual bool AskOkCancel(const Question& question) = 0;
+  // Input box: the text entered, or nothing for Cancel.
+  virtual std::optional<std::string> AskInput(const InputRequest& request) = 0;
+  // A line of information that is not a dialog (the window shows it in its
+  // status bar, the command line on stderr).
+  virtual void Notice(std::string_view text) = 0;
+  virtual void SetBusy(bool busy) = 0;
+};
+
+}  // namespace convora

@@ -1,0 +1,26 @@
+#include "app/Workbench.h"
+
+namespace convora {
+
+void ConversionList::Add(const std::filesystem::path& written) {
+  entries_.push_back(written);
+  for (const auto& observer : observers_) observer(written);
+}
+
+Workbench::Workbench(const AbfHeader& templateHeader, Prompter& prompter, Clock clock)
+    : TemplateHeader(templateHeader), prompter_(prompter), clock_(std::move(clock)) {}
+
+void StampTemplate(Workbench& bench) {
+  StampStartDateTime(bench.TemplateHeader, bench.Now());
+  bench.TemplateHeader.Set(abf::nAutosampleEnable, std::int16_t{0});
+  bench.TemplateHeader.Set(abf::fAutosampleAdditGain, 1.0f);
+}
+
+std::filesystem::path WriteAbfOutput(Workbench& bench, const SampleProducer& produceSamples) {
+  const auto output = OutputNameFor(bench.SelectedFilePath);
+  WriteAbfFile(bench.TemplateHeader, bench.SelectedFilePath, output, produceSamples);
+  bench.List1.Add(output);
+  return output;
+}
+
+}  // namespace convora

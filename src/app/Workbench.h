@@ -1,0 +1,64 @@
+#pragma once
+// The state one run of a front end works on: the template record that every
+// conversion patches, the header of the file in hand, the file being
+// processed, the list of files written, and the way to reach the user.
+
+#include <filesystem>
+#include <functional>
+#include <vector>
+
+#include "abf/AbfHeader.h"
+#include "abf/AbfOutput.h"
+#include "abf/StartDateTime.h"
+#include "app/Prompter.h"
+
+namespace convora {
+
+// The files written so far, in order; observers hear of each as it is added.
+class ConversionList {
+ public:
+  using Observer = std::function<void(const std::filesystem::path&)>;
+
+  void Add(const std::filesystem::path& written);
+  void Observe(Observer observer) { observers_.push_back(std::move(observer)); }
+  const std::vector<std::filesystem::path>& Entries() const { return entries_; }
+
+ private:
+  std::vector<std::filesystem::path> entries_;
+  std::vector<Observer> observers_;
+};
+
+class Workbench {
+ public:
+  using Clock = std::function<LocalDateTime()>;
+
+  Workbench(const AbfHeader& templateHeader, Prompter& prompter,
+            Clock clock = CurrentLocalDateTime);
+
+  // Loaded once and never reset: a field one conversion sets stays set for the
+  // next conversion of the run unless that one sets it again.
+  AbfHeader TemplateHeader;
+  // The first 6144 bytes of the file being examined or edited.
+  AbfHeader WorkHeader;
+  // Absolute path of the file being processed.
+  std::filesystem::path SelectedFilePath;
+  // The "Successful Conversion" list.
+  ConversionList List1;
+
+  Prompter& Prompt() { return prompter_; }
+  LocalDateTime Now() const { return clock_(); }
+
+ private:
+  Prompter& prompter_;
+  Clock clock_;
+};
+
+// Stamps the start date and time into TemplateHeader and switches autosampling
+// off, as every conversion does before it writes.
+void StampTemplate(Workbench& bench);
+
+// The end of every conversion: writes TemplateHeader and the samples to
+// OutputNameFor(SelectedFilePath) and adds that file to List1.
+std::filesystem::path WriteAbfOutput(Workbench& bench, const SampleProducer& produceSamples);
+
+}  // namespace convora

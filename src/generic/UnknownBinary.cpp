@@ -1,0 +1,115 @@
+#include "generic/UnknownBinary.h"
+
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include "abf/ByteOrder.h"
+#include "abf/ConvoraError.h"
+#include "abf/Numbers.h"
+#include "abf/SampleScaling.h"
+#include "generic/DataBlock.h"
+
+// The settings are applied field by field, each only when its value fits the
+// header field, and a field that does not fit keeps what the template record
+// held: users rely on a bad entry leaving the rest of the conversion intact.
+
+namespace convora {
+namespace {
+
+constexpr std::size_t kChunkValues = 1 << 16;
+
+// Reads the block's floats in bounded chunks, in file order.
+template <typename Visit>
+void ForEachFloatChunk(SourceFile& source, std::int64_t offset, std::int64_t count, bool swap,
+                       Visit visit) {
+  std::vector<std::uint8_t> bytes;
+  std::vector<float> values;
+  for (std::int64_t done = 0; done < count; done += kChunkValues) {
+    const auto n = static_cast<std::size_t>(std::min<std::int64_t>(kChunkValues, count - done));
+    bytes.resize(n * 4);
+    values.resize(n);
+    source.ReadPadded(offset + done * 4, bytes);
+    for (std::size_t i = 0; i < n; ++i) {
+      const float value = LoadLittleEndian<float>(&bytes[4 * i]);
+      values[i] = swap ? SwapSingle(value) : value;
+    }
+    visit(std::span<const float>(values));
+  }
+}
+
+void ApplyAcquisitionSettings(AbfHeader& h, const BinarySettings& settings, std::int32_t samples) {
+  h.Set(abf::lActualAcqLength, samples);
+  if (auto interval = NarrowToSingle(LeadingNumber(settings.sampleInterval))) {
+    h.Set(abf::fADCSampleInterval, *interval);
+  }
+  if (auto seconds = SecondsPerRunOf(h)) h.Set(abf::fSecondsPerRun, *seconds);
+  if (auto range = NarrowToSingle(LeadingNumber(settings.adcRange))) h.Set(abf::fADCRange, *range);
+  if (auto resolution = RoundToInt32(LeadingNumber(settings.adcResolution))) {
+    h.Set(abf::lADCResolution, *resolution);
+  }
+  const double channels = LeadingNumber(settings.channels);
+  if (auto count = RoundToInt16(channels)) h.Set(abf::nADCNumChannels, *count);
+  for (std::size_t k = 0; k < abf::nADCSamplingSeq.count && k + 1 <= channels; ++k) {
+    h.Set(abf::nADCSamplingSeq, k, static_cast<std::int16_t>(k));
+  }
+  // Unit and scale go to channel entry 0 only, whatever the channel count;
+  // the other entries keep the template's values.
+  SetChannelCalibration(h, 0, settings.unit, NarrowToSingle(LeadingNumber(settings.scaleFactor)));
+}
+
+// Scales the floats so that the larger extreme maps to half of full scale.
+// An all-zero block leaves the scale factor as it was.
+void ScaleToPeak(AbfHeader& h, SourceFile& source, const DataBlock& block, std::int64_t count,
+                 bool swap) {
+  if (count == 0) return;
+  std::optional<Extremes> extremes;
+  ForEachFloatChunk(source, block.offset, count, swap, [&](std::span<const float> values) {
+    if (!extremes) extremes.emplace(values.front());
+    for (float v : values) extremes->Add(v);
+  });
+  const double low = std::fabs(extremes->Minimum());
+  const double high = std::fabs(extremes->Maximum());
+  const double peak = low > high ? low : high;
+  h.Set(abf::fADCRange, 10.24f);
+  h.Set(abf::lADCResolution, 32768);
+  if (auto factor = HalfScaleFactor(peak)) h.Set(abf::fInstrumentScaleFactor, 0, *factor);
+}
+
+}  // namespace
+
+void ConvertUnknownBinary(Workbench& bench, const BinarySettings& settings) {
+  SourceFile source(bench.SelectedFilePath);
+  const DataBlock block = LocateDataBlock(source, settings.byteLocation);
+  const int valueBytes = settings.floatingPoint ? 4 : 2;
+  const auto samples = RoundToInt32(std::floor(block.bytes / valueBytes));
+  if (!samples) {
+    throw ConvoraError("the data block holds more samples than an ABF 1.x file can take");
+  }
+
+  bench.Prompt().SetBusy(true);
+  AbfHeader& h = bench.TemplateHeader;
+  StampTemplate(bench);
+  ApplyAcquisitionSettings(h, settings, *samples);
+  if (settings.floatingPoint) ScaleToPeak(h, source, block, *samples, settings.swapBytes);
+
+  WriteAbfOutput(bench, [&](DataSectionWriter& out) {
+    if (!settings.floatingPoint) {
+      CopyBytes(source, block.offset, std::int64_t{*samples} * 2, out, settings.swapBytes);
+      return;
+    }
+    const CountScaler toCount(h, 0);
+    std::vector<std::int16_t> counts;
+    ForEachFloatChunk(source, block.offset, *samples, settings.swapBytes,
+                      [&](std::span<const float> values) {
+                        counts.resize(values.size());
+                        for (std::size_t i = 0; i < values.size(); ++i) {
+                          // A value beyond 16 bits is left as the fresh array had it: 0.
+                          counts[i] = toCount(values[i]).value_or(0);
+                        }
+                        out.WriteSamples(counts);
+                      });
+  });
+}
+
+}  // namespace convora
