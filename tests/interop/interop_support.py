@@ -1,0 +1,76 @@
+"""Runs the convora program and reads its outputs back with neo's AxonIO, an
+ABF reader written independently of this project."""
+
+import os
+import subprocess
+import sys
+import tempfile
+import unittest
+
+try:
+    import numpy
+    import neo
+except ImportError as missing:  # pragma: no cover - depends on the machine
+    print(f"skipped: {missing}; scripts/setup.sh installs python3-neo", file=sys.stderr)
+    sys.exit(77)
+
+CONVORA = os.environ.get("CONVORA_EXE", "convora")
+SAMPLES = os.environ.get("CONVORA_SAMPLES_DIR", "")
+
+
+def run_convora(*args, cwd=None):
+    """Runs convora without a terminal; returns the finished process."""
+    return subprocess.run([CONVORA, *map(str, args)], cwd=cwd, stdin=subprocess.DEVNULL,
+                          capture_output=True, text=True, check=False)
+
+
+class Channel:
+    def __init__(self, values, units, rate_hz):
+        self.values = values  # numpy array in physical units
+        self.units = units
+        self.rate_hz = rate_hz
+
+
+def read_abf(path):
+    """Every channel of the first segment, in physical units."""
+    block = neo.io.AxonIO(filename=str(path)).read_block(lazy=False)
+    channels = []
+    for signal in block.segments[0].analogsignals:
+        for index in range(signal.shape[1]):
+            channels.append(Channel(numpy.asarray(signal[:, index].magnitude).ravel(),
+                                    signal.units.dimensionality.string,
+                                    float(signal.sampling_rate.rescale("Hz").magnitude)))
+    return channels
+
+
+class ConvoraTestCase(unittest.TestCase):
+    """A test case with a scratch folder and a convert-then-read helper."""
+
+    def setUp(self):
+        self._scratch = tempfile.TemporaryDirectory(prefix="convora-interop-")
+        self.folder = self._scratch.name
+
+    def tearDown(self):
+        self._scratch.cleanup()
+
+    def path(self, name):
+        return os.path.join(self.folder, name)
+
+    def write(self, name, data):
+        with open(self.path(name), "wb") as out:
+            out.write(data)
+        return self.path(name)
+
+    def convert(self, *args):
+        """Runs convora; asserts success; returns the written paths."""
+        done = run_convora(*args, cwd=self.folder)
+        self.assertEqual(done.returncode, 0, done.stderr)
+        return done.stdout.split("\n")[:-1]
+
+    def assertClose(self, actual, expected, tolerance):
+        numpy.testing.assert_allclose(numpy.asarray(actual), numpy.asarray(expected),
+                                      rtol=0, atol=tolerance)
+
+
+def main():
+    unittest.main(verbosity=2)

@@ -1,0 +1,122 @@
+#include "support/TestSupport.h"
+
+#include <atomic>
+#include <bit>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <random>
+
+#include "abf/LittleEndian.h"
+#include "abf/TemplateFile.h"
+
+namespace convora::test {
+
+TempDir::TempDir() {
+  static std::atomic<int> counter{0};
+  std::random_device random;
+  path_ = std::filesystem::temp_directory_path() /
+          ("convora-test-" + std::to_string(random()) + "-" + std::to_string(counter++));
+  std::filesystem::create_directories(path_);
+}
+
+TempDir::~TempDir() {
+  std::error_code ec;
+  std::filesystem::remove_all(path_, ec);
+}
+
+void WriteFile(const std::filesystem::path& path, const Bytes& bytes) {
+  std::ofstream out(path, std::ios::binary | std::ios::trunc);
+  out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+}
+
+Bytes ReadFile(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return Bytes(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+namespace {
+
+template <typename T>
+void Append(Bytes& bytes, T value, bool bigEndian) {
+  std::uint8_t raw[sizeof(T)];
+  StoreLittleEndian<T>(raw, value);
+  if (bigEndian) std::reverse(std::begin(raw), std::end(raw));
+  bytes.insert(bytes.end(), std::begin(raw), std::end(raw));
+}
+
+}  // namespace
+
+ByteBuilder& ByteBuilder::Int16LE(std::int16_t v) { Append(bytes_, v, false); return *this; }
+ByteBuilder& ByteBuilder::Int32LE(std::int32_t v) { Append(bytes_, v, false); return *this; }
+ByteBuilder& ByteBuilder::FloatLE(float v) { Append(bytes_, v, false); return *this; }
+ByteBuilder& ByteBuilder::DoubleLE(double v) { Append(bytes_, v, false); return *this; }
+ByteBuilder& ByteBuilder::Int16BE(std::int16_t v) { Append(bytes_, v, true); return *this; }
+ByteBuilder& ByteBuilder::Int32BE(std::int32_t v) { Append(bytes_, v, true); return *this; }
+ByteBuilder& ByteBuilder::FloatBE(float v) { Append(bytes_, v, true); return *this; }
+ByteBuilder& ByteBuilder::DoubleBE(double v) { Append(bytes_, v, true); return *this; }
+
+ByteBuilder& ByteBuilder::Text(std::string_view text, std::size_t width, char pad) {
+  bytes_.insert(bytes_.end(), text.begin(), text.end());
+  for (std::size_t i = text.size(); i < width; ++i) bytes_.push_back(static_cast<std::uint8_t>(pad));
+  return *this;
+}
+
+ByteBuilder& ByteBuilder::Zeros(std::size_t count) {
+  bytes_.insert(bytes_.end(), count, 0);
+  return *this;
+}
+
+ByteBuilder& ByteBuilder::PadTo(std::size_t size) {
+  if (bytes_.size() < size) bytes_.resize(size, 0);
+  return *this;
+}
+
+ByteBuilder& ByteBuilder::Raw(const Bytes& bytes) {
+  bytes_.insert(bytes_.end(), bytes.begin(), bytes.end());
+  return *this;
+}
+
+BenchFixture::BenchFixture() : BenchFixture(BuildDefaultTemplate()) {}
+
+BenchFixture::BenchFixture(const AbfHeader& templateHeader)
+    : bench(templateHeader, prompter, [] { return kFixedNow; }) {}
+
+std::filesystem::path BenchFixture::Select(const std::string& name, const Bytes& bytes) {
+  const auto path = dir / name;
+  WriteFile(path, bytes);
+  bench.SelectedFilePath = path;
+  return path;
+}
+
+AbfHeader StampedTemplate() { return StampedTemplate(BuildDefaultTemplate()); }
+
+AbfHeader StampedTemplate(AbfHeader header) {
+  header.Set(abf::lFileStartDate, 261115);
+  header.Set(abf::lFileStartTime, 13 * 3600 + 45 * 60 + 30);
+  header.Set(abf::lStopwatchTime, 0);
+  header.Set(abf::nAutosampleEnable, std::int16_t{0});
+  header.Set(abf::fAutosampleAdditGain, 1.0f);
+  return header;
+}
+
+AbfHeader HeaderOf(const Bytes& file) { return AbfHeader(file); }
+
+std::vector<std::int16_t> SamplesOf(const Bytes& file, std::size_t count) {
+  const AbfHeader header(file);
+  const auto start = static_cast<std::size_t>(header.Get(abf::lDataSectionPtr)) * 512;
+  std::vector<std::int16_t> samples;
+  for (std::size_t i = 0; i < count && start + 2 * i + 1 < file.size(); ++i) {
+    samples.push_back(LoadLittleEndian<std::int16_t>(&file[start + 2 * i]));
+  }
+  return samples;
+}
+
+std::filesystem::path SamplesFolder() {
+  const char* fromEnvironment = std::getenv("CONVORA_SAMPLES_DIR");
+  const std::filesystem::path folder = fromEnvironment ? fromEnvironment : CONVORA_SAMPLES_DIR;
+  std::error_code ec;
+  return std::filesystem::is_directory(folder, ec) ? folder : std::filesystem::path();
+}
+
+}  // namespace convora::test

@@ -1,0 +1,93 @@
+#include "abf/AbfHeader.h"
+
+#include <gtest/gtest.h>
+
+#include "abf/FileIo.h"
+#include "abf/TemplateFile.h"
+#include "support/TestSupport.h"
+
+namespace convora {
+namespace {
+
+TEST(AbfHeader, FieldsSitAtTheirOffsetsLittleEndian) {
+  AbfHeader h;
+  h.Set(abf::lActualAcqLength, 0x01020304);
+  h.Set(abf::nADCNumChannels, std::int16_t{-2});
+  h.Set(abf::fADCSampleInterval, 1.0f);  // 0x3f800000
+  h.Set(abf::fInstrumentScaleFactor, 3, -2.0f);  // 0xc0000000
+  const auto& b = h.Bytes();
+  EXPECT_EQ((std::vector<int>{b[10], b[11], b[12], b[13]}), (std::vector<int>{4, 3, 2, 1}));
+  EXPECT_EQ(b[120], 0xfe);
+  EXPECT_EQ(b[121], 0xff);
+  EXPECT_EQ(b[125], 0x3f);
+  EXPECT_EQ(b[124], 0x80);
+  EXPECT_EQ(b[922 + 3 * 4 + 3], 0xc0);
+  EXPECT_EQ(h.Get(abf::lActualAcqLength), 0x01020304);
+  EXPECT_EQ(h.Get(abf::fInstrumentScaleFactor, 3), -2.0f);
+}
+
+TEST(AbfHeader, TextIsCutOrBlankPaddedToItsWidth) {
+  AbfHeader h;
+  h.Set(abf::sADCUnits, 0, "pA");
+  h.Set(abf::sADCUnits, 1, "microvolts");
+  EXPECT_EQ(h.Get(abf::sADCUnits, 0), "pA      ");
+  EXPECT_EQ(h.Get(abf::sADCUnits, 1), "microvol");
+  EXPECT_EQ(h.Bytes()[602 + 8], 'm');
+  EXPECT_EQ(h.Bytes()[602 + 16], 0);  // the next entry is untouched
+}
+
+TEST(AbfHeader, ArrayIndexBeyondTheTableIsRefused) {
+  AbfHeader h;
+  EXPECT_THROW(h.Set(abf::fInstrumentScaleFactor, 16, 1.0f), std::out_of_range);
+  EXPECT_THROW(h.Get(abf::sADCUnits, 16), std::out_of_range);
+}
+
+TEST(AbfHeader, SignatureTestWantsExactlyAbfAndABlank) {
+  AbfHeader h;
+  h.Set(abf::lFileSignature, "ABF ");
+  EXPECT_TRUE(IsAbfFile(h));
+  h.Set(abf::lFileSignature, "ABF2");
+  EXPECT_FALSE(IsAbfFile(h));
+  h.Set(abf::lFileSignature, "abf ");
+  EXPECT_FALSE(IsAbfFile(h));
+}
+
+TEST(TemplateFile, UntouchedBytesTravelFromTheFileUnchanged) {
+  test::TempDir dir;
+  test::Bytes image(ABF_HEADER_BYTES);
+  for (std::size_t i = 0; i < image.size(); ++i) image[i] = static_cast<std::uint8_t>(i * 7 + 3);
+  test::WriteFile(dir / "t.dat", image);
+  const auto loaded = LoadTemplateHeader(dir / "t.dat");
+  ASSERT_TRUE(loaded);
+  EXPECT_TRUE(std::equal(image.begin(), image.end(), loaded->Bytes().begin()));
+}
+
+TEST(TemplateFile, MissingOrFolderMeansNoTemplateAndShortFileIsZeroFilled) {
+  test::TempDir dir;
+  EXPECT_FALSE(LoadTemplateHeader(dir / "SamplABF.dat"));
+  EXPECT_FALSE(LoadTemplateHeader(dir.Path()));
+  test::WriteFile(dir / "short.dat", {'A', 'B', 'F', ' ', 9});
+  const auto loaded = LoadTemplateHeader(dir / "short.dat");
+  ASSERT_TRUE(loaded);
+  EXPECT_TRUE(IsAbfFile(*loaded));
+  EXPECT_EQ(loaded->Bytes()[4], 9);
+  EXPECT_EQ(loaded->Bytes()[6143], 0);
+}
+
+TEST(DefaultTemplate, HoldsWhatReadersNeed) {
+  const AbfHeader h = BuildDefaultTemplate();
+  EXPECT_TRUE(IsAbfFile(h));
+  EXPECT_EQ(h.Get(abf::lDataSectionPtr), 12);
+  EXPECT_EQ(h.Get(abf::nOperationMode), 3);
+  EXPECT_EQ(h.Get(abf::lActualEpisodes), 1);
+  EXPECT_EQ(h.Get(abf::nADCNumChannels), 1);
+  EXPECT_EQ(h.Get(abf::nADCSamplingSeq, 0), 0);
+  for (std::size_t k = 1; k < 16; ++k) EXPECT_EQ(h.Get(abf::nADCSamplingSeq, k), -1) << k;
+  EXPECT_EQ(h.Get(abf::sADCUnits, 15), "pA      ");
+  EXPECT_EQ(h.Get(abf::fInstrumentScaleFactor, 15), 1.0f);
+  EXPECT_EQ(h.Get(abf::lHeaderSize), 6144);
+  EXPECT_EQ(h.Get(abf::fFileVersionNumber), 1.83f);
+}
+
+}  // namespace
+}  // namespace convora
