@@ -29,6 +29,24 @@ class Extremes {
   double maximum_;
 };
 
+// Which magnitude the sources that keep it so take as their range: the
+// smaller of |minimum| and |maximum| (|minimum| when |maximum| is larger).
+// The larger side may then exceed full scale; files converted so far were
+// made this way and must stay comparable.
+inline double SmallerMagnitude(const Extremes& extremes) {
+  const double low = extremes.Minimum() < 0 ? -extremes.Minimum() : extremes.Minimum();
+  const double high = extremes.Maximum() < 0 ? -extremes.Maximum() : extremes.Maximum();
+  return high > low ? low : high;
+}
+
+// SI units stored in the units ABF readers expect.
+struct UnitConversion {
+  const char* unit;
+  double factor;
+};
+inline constexpr UnitConversion kAmperesAsPicoamperes{"pA", 1e12};
+inline constexpr UnitConversion kVoltsAsMillivolts{"mV", 1000.0};
+
 // The scale factor that maps `range` to half of full scale, (10.24 / range) / 2,
 // as stored in a float field; nothing when the division fails (a zero range)
 // or the result does not fit a float.

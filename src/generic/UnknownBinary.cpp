@@ -4,10 +4,10 @@
 #include <string>
 #include <vector>
 
-#include "abf/ByteOrder.h"
 #include "abf/ConvoraError.h"
 #include "abf/Numbers.h"
 #include "abf/SampleScaling.h"
+#include "abf/ValueStream.h"
 #include "generic/DataBlock.h"
 
 // The settings are applied field by field, each only when its value fits the
@@ -17,25 +17,8 @@
 namespace convora {
 namespace {
 
-constexpr std::size_t kChunkValues = 1 << 16;
-
-// Reads the block's floats in bounded chunks, in file order.
-template <typename Visit>
-void ForEachFloatChunk(SourceFile& source, std::int64_t offset, std::int64_t count, bool swap,
-                       Visit visit) {
-  std::vector<std::uint8_t> bytes;
-  std::vector<float> values;
-  for (std::int64_t done = 0; done < count; done += kChunkValues) {
-    const auto n = static_cast<std::size_t>(std::min<std::int64_t>(kChunkValues, count - done));
-    bytes.resize(n * 4);
-    values.resize(n);
-    source.ReadPadded(offset + done * 4, bytes);
-    for (std::size_t i = 0; i < n; ++i) {
-      const float value = LoadLittleEndian<float>(&bytes[4 * i]);
-      values[i] = swap ? SwapSingle(value) : value;
-    }
-    visit(std::span<const float>(values));
-  }
+ByteOrder OrderOf(const BinarySettings& settings) {
+  return settings.swapBytes ? ByteOrder::BigEndian : ByteOrder::LittleEndian;
 }
 
 void ApplyAcquisitionSettings(AbfHeader& h, const BinarySettings& settings, std::int32_t samples) {
@@ -61,10 +44,11 @@ void ApplyAcquisitionSettings(AbfHeader& h, const BinarySettings& settings, std:
 // Scales the floats so that the larger extreme maps to half of full scale.
 // An all-zero block leaves the scale factor as it was.
 void ScaleToPeak(AbfHeader& h, SourceFile& source, const DataBlock& block, std::int64_t count,
-                 bool swap) {
+                 ByteOrder order) {
   if (count == 0) return;
   std::optional<Extremes> extremes;
-  ForEachFloatChunk(source, block.offset, count, swap, [&](std::span<const float> values) {
+  ForEachValueChunk(source, block.offset, count, ValueType::Float32, order,
+                    [&](std::span<const double> values) {
     if (!extremes) extremes.emplace(values.front());
     for (float v : values) extremes->Add(v);
   });
@@ -91,7 +75,7 @@ void ConvertUnknownBinary(Workbench& bench, const BinarySettings& settings) {
   AbfHeader& h = bench.TemplateHeader;
   StampTemplate(bench);
   ApplyAcquisitionSettings(h, settings, *samples);
-  if (settings.floatingPoint) ScaleToPeak(h, source, block, *samples, settings.swapBytes);
+  if (settings.floatingPoint) ScaleToPeak(h, source, block, *samples, OrderOf(settings));
 
   WriteAbfOutput(bench, [&](DataSectionWriter& out) {
     if (!settings.floatingPoint) {
@@ -100,8 +84,8 @@ void ConvertUnknownBinary(Workbench& bench, const BinarySettings& settings) {
     }
     const CountScaler toCount(h, 0);
     std::vector<std::int16_t> counts;
-    ForEachFloatChunk(source, block.offset, *samples, settings.swapBytes,
-                      [&](std::span<const float> values) {
+    ForEachValueChunk(source, block.offset, *samples, ValueType::Float32, OrderOf(settings),
+                      [&](std::span<const double> values) {
                         counts.resize(values.size());
                         for (std::size_t i = 0; i < values.size(); ++i) {
                           // A value beyond 16 bits is left as the fresh array had it: 0.
