@@ -1,0 +1,64 @@
+#include "abf/Numbers.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+namespace convora {
+namespace {
+
+struct LeadingCase {
+  const char* text;
+  double expected;
+};
+
+class LeadingNumberTest : public ::testing::TestWithParam<LeadingCase> {};
+
+TEST_P(LeadingNumberTest, TakesTheNumberAtTheStartOfTheText) {
+  EXPECT_EQ(LeadingNumber(GetParam().text), GetParam().expected) << GetParam().text;
+}
+
+INSTANTIATE_TEST_SUITE_P(Texts, LeadingNumberTest,
+                         ::testing::Values(LeadingCase{"200", 200}, LeadingCase{"  12.5 ms", 12.5},
+                                           LeadingCase{"-3e2x", -300}, LeadingCase{"1.5D1", 15},
+                                           LeadingCase{"+.25", 0.25}, LeadingCase{"5e", 5},
+                                           LeadingCase{"5e-12\rrest", 5e-12},
+                                           LeadingCase{"abc", 0}, LeadingCase{"", 0},
+                                           LeadingCase{".", 0}, LeadingCase{"-", 0}));
+
+TEST(ParseWholeNumber, AcceptsOnlyANumberWithBlanksAround) {
+  EXPECT_EQ(ParseWholeNumber(" 50 "), 50.0);
+  EXPECT_EQ(ParseWholeNumber("1e3"), 1000.0);
+  EXPECT_FALSE(ParseWholeNumber("50us"));
+  EXPECT_FALSE(ParseWholeNumber(""));
+  EXPECT_FALSE(ParseWholeNumber("   "));
+}
+
+TEST(RoundToInt16, HalvesGoToTheEvenNeighbour) {
+  EXPECT_EQ(RoundToInt16(2.5), 2);
+  EXPECT_EQ(RoundToInt16(3.5), 4);
+  EXPECT_EQ(RoundToInt16(-2.5), -2);
+  EXPECT_EQ(RoundToInt16(-16384.5), -16384);
+  EXPECT_EQ(RoundToInt16(-32768.5), -32768);  // rounds into range
+}
+
+TEST(RoundToInt16, RefusesWhatDoesNotFit) {
+  EXPECT_FALSE(RoundToInt16(32767.5));  // rounds to 32768
+  EXPECT_FALSE(RoundToInt16(-32769));
+  EXPECT_FALSE(RoundToInt16(std::numeric_limits<double>::quiet_NaN()));
+  EXPECT_FALSE(RoundToInt16(std::numeric_limits<double>::infinity()));
+  EXPECT_EQ(RoundToInt32(2147483647.4), 2147483647);
+  EXPECT_FALSE(RoundToInt32(2147483647.5));
+}
+
+TEST(NarrowToSingle, OverflowsOnlyPastTheFloatRange) {
+  EXPECT_EQ(NarrowToSingle(0.1), 0.1f);
+  EXPECT_EQ(NarrowToSingle(3.4028235e38), std::numeric_limits<float>::max());
+  EXPECT_FALSE(NarrowToSingle(3.5e38));
+  EXPECT_FALSE(NarrowToSingle(-1e300));
+  EXPECT_TRUE(std::isinf(*NarrowToSingle(std::numeric_limits<double>::infinity())));
+}
+
+}  // namespace
+}  // namespace convora
