@@ -1,0 +1,45 @@
+#include "TerminalPrompter.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+namespace convora::cli {
+namespace {
+
+constexpr Question kUnknown{"unknown", "Unknown Data File", "Convert it?"};
+constexpr InputRequest kInterval{"interval", "Please enter the interval", "Interval", "1000"};
+
+TEST(TerminalPrompter, OptionsAnswerBeforeAnyoneIsAsked) {
+  std::istringstream in("n\n");
+  std::ostringstream err;
+  TerminalPrompter prompter(in, err, true);
+  prompter.SetInputAnswers({{"interval", "50"}});
+  prompter.SetChoice("unknown", true);
+  EXPECT_EQ(prompter.AskInput(kInterval), "50");
+  EXPECT_TRUE(prompter.AskYesNo(kUnknown));
+  EXPECT_EQ(err.str(), "Unknown Data File: Convert it?\n");  // the question is still shown
+}
+
+TEST(TerminalPrompter, WithoutATerminalDefaultsAndNoAreTaken) {
+  std::istringstream in("y\n75\n");
+  std::ostringstream err;
+  TerminalPrompter prompter(in, err, false);
+  EXPECT_EQ(prompter.AskInput(kInterval), "1000");
+  EXPECT_FALSE(prompter.AskYesNo(kUnknown));
+  EXPECT_FALSE(prompter.AskOkCancel(kUnknown));
+}
+
+TEST(TerminalPrompter, OnATerminalTheAnswerIsReadAndEnterTakesTheDefault) {
+  std::istringstream in("Yes\n75\r\n\n");
+  std::ostringstream err;
+  TerminalPrompter prompter(in, err, true);
+  EXPECT_TRUE(prompter.AskYesNo(kUnknown));
+  EXPECT_EQ(prompter.AskInput(kInterval), "75");
+  EXPECT_EQ(prompter.AskInput(kInterval), "1000");
+  EXPECT_EQ(prompter.AskInput(kInterval), std::nullopt);  // end of input is Cancel
+  EXPECT_NE(err.str().find("Interval: Please enter the interval [1000] "), std::string::npos);
+}
+
+}  // namespace
+}  // namespace convora::cli
