@@ -1,5 +1,9 @@
 #include "abf/SampleScaling.h"
 
+#include <cstdio>
+#include <string>
+
+#include "abf/ConvoraError.h"
 #include "abf/Numbers.h"
 
 namespace convora {
@@ -16,6 +20,17 @@ CountScaler::CountScaler(const AbfHeader& header, std::size_t channel)
 
 std::optional<std::int16_t> CountScaler::operator()(double value) const {
   return RoundToInt16(value * resolution_ * scaleFactor_ / range_ - 1.0);
+}
+
+void RequireCountsFit(const CountScaler& toCount, const Extremes& extremes) {
+  for (const double value : {extremes.Minimum(), extremes.Maximum()}) {
+    if (!toCount(value)) {
+      char text[32];
+      std::snprintf(text, sizeof text, "%.9g", value);
+      throw ConvoraError(std::string("the value ") + text +
+                         " does not fit a 16-bit sample at this scale");
+    }
+  }
 }
 
 }  // namespace convora

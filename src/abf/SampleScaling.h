@@ -67,4 +67,9 @@ class CountScaler {
   double range_;
 };
 
+// For converters that stop on a count beyond 16 bits: throws ConvoraError when
+// the extremes do not scale into 16 bits. The scaling is monotonic, so every
+// value between them fits too, and the check can run before the output opens.
+void RequireCountsFit(const CountScaler& toCount, const Extremes& extremes);
+
 }  // namespace convora

@@ -1,0 +1,170 @@
+#include "formats/IgorBinary.h"
+
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "abf/ByteOrder.h"
+#include "abf/ConvoraError.h"
+#include "abf/FileIo.h"
+#include "abf/LittleEndian.h"
+#include "abf/Numbers.h"
+#include "abf/SampleScaling.h"
+#include "abf/ValueStream.h"
+
+// A version-2 Igor binary wave: a 16-byte file header, the wave header from
+// byte 16 and the values from byte 126, in the byte order of the machine that
+// wrote it (the version word tells which). One wave becomes one ABF channel.
+// Everything that cannot be converted ends the file before the output opens,
+// and the template record is only patched once the whole conversion is known
+// to succeed.
+
+namespace convora {
+namespace {
+
+constexpr std::int64_t kValuesAt = 126;
+constexpr std::int16_t kPcVersion = 2;
+constexpr std::int16_t kMacVersion = 512;  // 2 as a big-endian word
+constexpr std::int16_t kFloat32Type = 2;
+constexpr std::int16_t kFloat64Type = 4;
+
+struct WaveHeader {
+  ByteOrder order;
+  std::int16_t type;
+  std::string dUnits;  // 4 characters, as stored
+  std::int32_t npnts;
+  double hsA;  // x step: the sample interval in seconds
+};
+
+WaveHeader ReadWaveHeader(SourceFile& source) {
+  std::array<std::uint8_t, kValuesAt> head{};
+  source.ReadPadded(0, head);
+  const auto version = LoadLittleEndian<std::int16_t>(&head[0]);
+  if (version != kPcVersion && version != kMacVersion) {
+    throw ConvoraError("not an Igor binary wave of version 2");
+  }
+  WaveHeader wave{version == kMacVersion ? ByteOrder::BigEndian : ByteOrder::LittleEndian,
+                  LoadLittleEndian<std::int16_t>(&head[16]),
+                  std::string(reinterpret_cast<const char*>(&head[50]), 4),
+                  LoadLittleEndian<std::int32_t>(&head[58]), LoadLittleEndian<double>(&head[64])};
+  if (wave.order == ByteOrder::BigEndian) {
+    wave.type = SwapInt16(wave.type);
+    wave.npnts = SwapInt32(wave.npnts);
+    wave.hsA = SwapDouble(wave.hsA);
+  }
+  return wave;
+}
+
+// Amperes and volts by the first letter of the data units; anything else
+// passes unchanged under its own 4 characters.
+std::optional<UnitConversion> UnitOf(std::string_view dUnits) {
+  if (dUnits.starts_with('A')) return kAmperesAsPicoamperes;
+  if (dUnits.starts_with('V')) return kVoltsAsMillivolts;
+  return std::nullopt;
+}
+
+// A value in the stored unit, at the wave's own width: a float product is
+// rounded back to a float, and one beyond the type's range cannot be held.
+double Scaled(double value, ValueType type, const std::optional<UnitConversion>& unit) {
+  if (!unit) return value;
+  const double product = value * unit->factor;
+  if (type == ValueType::Float32) {
+    if (auto single = NarrowToSingle(product)) return *single;
+  } else if (!std::isinf(product) || std::isinf(value)) {
+    return product;
+  }
+  throw ConvoraError(std::string("a value converted to ") + unit->unit + " is beyond the range of " +
+                     (type == ValueType::Float32 ? "a 32-bit" : "a 64-bit") + " float");
+}
+
+// A NaN with the sign bit clear is taken as a gap and stored as 0; it prints
+// as a quiet NaN whatever its payload. A negative NaN is kept as it is, and
+// later fails to scale.
+bool IsGap(double value) { return std::isnan(value) && !std::signbit(value); }
+
+}  // namespace
+
+void ConvertIgor(Workbench& bench) {
+  SourceFile source(bench.SelectedFilePath);
+  bench.Prompt().SetBusy(true);
+  const WaveHeader wave = ReadWaveHeader(source);
+  if (wave.type != kFloat32Type && wave.type != kFloat64Type) return;  // nothing to convert
+  const ValueType type = wave.type == kFloat32Type ? ValueType::Float32 : ValueType::Float64;
+  if (wave.npnts <= 0) throw ConvoraError("the wave holds no points");
+  const std::int64_t needed = kValuesAt + std::int64_t{wave.npnts} * ValueBytes(type);
+  if (source.Length() < needed) {
+    throw ConvoraError("the file is " + std::to_string(source.Length()) + " bytes long, but " +
+                       std::to_string(wave.npnts) + " points need " + std::to_string(needed));
+  }
+  const auto unit = UnitOf(wave.dUnits);
+
+  // Both extremes start at value(0) as it stands, so a NaN there leaves them
+  // NaN and the wave cannot be scaled.
+  std::optional<Extremes> extremes;
+  bool negativeNaN = false;
+  ForEachValueChunk(source, kValuesAt, wave.npnts, type, wave.order,
+                    [&](std::span<const double> chunk) {
+                      for (const double raw : chunk) {
+                        const double value = Scaled(raw, type, unit);
+                        if (!extremes) extremes.emplace(value);
+                        if (IsGap(value)) continue;
+                        if (std::isnan(value)) negativeNaN = true;
+                        extremes->Add(value);
+                      }
+                    });
+
+  // Kept on purpose: when the peak is on the positive side the full-scale
+  // reference is 1000 units whatever the data, else the maximum's magnitude.
+  // Outputs are compared with earlier ones made this way.
+  const double low = std::fabs(extremes->Minimum());
+  const double high = std::fabs(extremes->Maximum());
+  const double range = high > low ? 1000.0 : high;
+
+  AbfHeader h = bench.TemplateHeader;
+  h.Set(abf::lActualAcqLength, wave.npnts);
+  const auto secondsPerRun = NarrowToSingle(static_cast<double>(wave.npnts) * wave.hsA);
+  const auto interval = NarrowToSingle(wave.hsA * 1'000'000.0);
+  if (!secondsPerRun || !interval) {
+    throw ConvoraError("the wave's x step does not fit the header's sample interval and length");
+  }
+  h.Set(abf::fSecondsPerRun, *secondsPerRun);
+  h.Set(abf::fADCRange, 10.24f);
+  h.Set(abf::fADCSampleInterval, *interval);
+  h.Set(abf::lADCResolution, 32768);
+  const auto scaleFactor = HalfScaleFactor(range);
+  if (!scaleFactor) {
+    throw ConvoraError(range == 0.0 ? "the wave's range is 0, so it cannot be scaled"
+                                    : "the wave's range is too small to scale");
+  }
+  SetChannelFields(h, 0, unit ? std::string_view(unit->unit) : std::string_view(wave.dUnits),
+                   scaleFactor);
+
+  const CountScaler toCount(h, 0);
+  RequireCountsFit(toCount, *extremes);
+  if (negativeNaN) throw ConvoraError("the wave holds a negative NaN, which cannot be scaled");
+
+  bench.TemplateHeader = h;
+  StampTemplate(bench);
+  WriteAbfOutput(bench, [&](DataSectionWriter& out) {
+    std::vector<std::int16_t> counts;
+    ForEachValueChunk(source, kValuesAt, wave.npnts, type, wave.order,
+                      [&](std::span<const double> chunk) {
+                        counts.resize(chunk.size());
+                        for (std::size_t i = 0; i < chunk.size(); ++i) {
+                          const double value = Scaled(chunk[i], type, unit);
+                          const auto count = toCount(IsGap(value) ? 0.0 : value);
+                          // Cannot happen after the checks above; never write a wrapped count.
+                          if (!count) throw ConvoraError("a value does not fit a 16-bit sample");
+                          counts[i] = *count;
+                        }
+                        out.WriteSamples(counts);
+                      });
+  });
+}
+
+}  // namespace convora
