@@ -10,5 +10,7 @@ namespace convora::cli {
 void AddBinaryCommand(CLI::App& app, CommandContext& context);
 void AddWavCommand(CLI::App& app, CommandContext& context);
 void AddInfoCommand(CLI::App& app, CommandContext& context);
+void AddConvertCommand(CLI::App& app, CommandContext& context);
+void AddFormatsCommand(CLI::App& app, CommandContext& context);
 
 }  // namespace convora::cli

@@ -25,6 +25,8 @@ int main(int argc, char** argv) {
   AddBinaryCommand(app, context);
   AddWavCommand(app, context);
   AddInfoCommand(app, context);
+  AddConvertCommand(app, context);
+  AddFormatsCommand(app, context);
 
   try {
     app.parse(argc, argv);
