@@ -1,0 +1,49 @@
+#pragma once
+// Runs one reader of the core on fuzzer bytes. The readers open their source
+// by path, so the bytes go to a file in a private scratch folder first; the
+// output is removed again so that runs do not see each other's files. Any
+// ConvoraError is an orderly refusal; anything else reaches the fuzzer.
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <system_error>
+
+#include "abf/ConvoraError.h"
+#include "abf/TemplateFile.h"
+#include "app/ScriptedPrompter.h"
+#include "app/Workbench.h"
+
+namespace convora::fuzz {
+
+inline const std::filesystem::path& ScratchFolder() {
+  static const std::filesystem::path folder = [] {
+    auto path = std::filesystem::temp_directory_path() / "convora-fuzz";
+    std::filesystem::create_directories(path);
+    return path;
+  }();
+  return folder;
+}
+
+inline void RunOnBytes(const std::uint8_t* data, std::size_t size, const char* fileName,
+                       const std::function<void(Workbench&)>& read) {
+  const auto source = ScratchFolder() / fileName;
+  {
+    std::ofstream out(source, std::ios::binary | std::ios::trunc);
+    out.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
+  }
+  ScriptedPrompter prompter;
+  Workbench bench(BuildDefaultTemplate(), prompter);
+  bench.SelectedFilePath = source;
+  try {
+    bench.WorkHeader = ReadAbfHeader(source);
+    read(bench);
+  } catch (const ConvoraError&) {
+  }
+  std::error_code ec;
+  for (const auto& written : bench.List1.Entries()) std::filesystem::remove(written, ec);
+}
+
+}  // namespace convora::fuzz
