@@ -24,111 +24,33 @@ namespace {
 constexpr std::int64_t kChunkBytes = 1 << 16;
 constexpr std::size_t kSamplesPerWrite = 1 << 15;
 
-// The number a piece starts with, read one character at a time. It accepts
-// exactly what LeadingNumber accepts, but keeps only what can change the
-// value: the significant digits (enough to round any decimal correctly to a
-// double, plus a marker for any non-zero digit beyond them), where the point
-// lies, and the exponent. A piece of any length therefore costs a bounded
-// amount of memory.
+// The start of a piece, as much of it as its leading number can use: the
+// characters that may belong to a number, up to the first that cannot. A
+// piece of any length thus costs a bounded amount of memory; a number written
+// with more than kMaxNumberText characters is read from its first ones.
 class PieceNumber {
  public:
   void Feed(char c) {
-    switch (state_) {
-      case State::Blanks:
-        if (c == ' ' || c == '\t') return;
-        if (c == '+' || c == '-') {
-          negative_ = c == '-';
-          state_ = State::Integer;
-          return;
-        }
-        state_ = State::Integer;
-        return Feed(c);
-      case State::Integer:
-      case State::Fraction:
-        if (IsDigit(c)) return AddDigit(c);
-        if (c == '.' && state_ == State::Integer) {
-          state_ = State::Fraction;
-          return;
-        }
-        state_ = sawDigit_ && IsExponentLetter(c) ? State::ExponentMark : State::Ended;
-        return;
-      case State::ExponentMark:
-        if (c == '+' || c == '-') {
-          exponentNegative_ = c == '-';
-          state_ = State::ExponentSign;
-          return;
-        }
-        [[fallthrough]];
-      case State::ExponentSign:
-      case State::ExponentDigits:
-        if (!IsDigit(c)) {
-          state_ = State::Ended;
-          return;
-        }
-        state_ = State::ExponentDigits;
-        sawExponentDigit_ = true;
-        // Saturates far beyond any exponent a double can use.
-        if (exponent_ < kExponentLimit) exponent_ = exponent_ * 10 + (c - '0');
-        return;
-      case State::Ended:
-        return;
+    if (ended_) return;
+    if (text_.size() < kMaxNumberText && MayBelongToNumber(c)) {
+      text_ += c;
+    } else {
+      ended_ = true;
     }
   }
 
-  double Value() const {
-    if (!sawDigit_) return 0.0;
-    if (digits_.empty()) return LeadingNumber(negative_ ? "-0" : "0");
-    std::int64_t power = pointShift_;
-    if (sawExponentDigit_) power += exponentNegative_ ? -exponent_ : exponent_;
-    // 0.d1d2... with at most ~800 digits lies beyond any double from here on.
-    if (power > kPowerLimit) power = kPowerLimit;
-    if (power < -kPowerLimit) power = -kPowerLimit;
-    std::string text = negative_ ? "-0." : "0.";
-    text += digits_;
-    if (droppedNonZero_) text += '1';
-    text += 'e';
-    text += std::to_string(power);
-    return LeadingNumber(text);
-  }
+  double Value() const { return LeadingNumber(text_); }
 
  private:
-  enum class State { Blanks, Integer, Fraction, ExponentMark, ExponentSign, ExponentDigits, Ended };
+  static constexpr std::size_t kMaxNumberText = 4096;
 
-  // 767 significant digits decide the rounding of any decimal to a double;
-  // the rest only matter as "some non-zero digit follows".
-  static constexpr std::size_t kKeptDigits = 800;
-  static constexpr std::int64_t kExponentLimit = 1'000'000'000'000;
-  static constexpr std::int64_t kPowerLimit = 100'000;
-
-  static bool IsDigit(char c) { return c >= '0' && c <= '9'; }
-  static bool IsExponentLetter(char c) { return c == 'e' || c == 'E' || c == 'd' || c == 'D'; }
-
-  void AddDigit(char c) {
-    sawDigit_ = true;
-    const bool significant = !digits_.empty() || c != '0';
-    if (state_ == State::Integer) {
-      if (significant) ++pointShift_;
-    } else if (!significant) {
-      --pointShift_;
-    }
-    if (!significant) return;
-    if (digits_.size() < kKeptDigits) {
-      digits_ += c;
-    } else if (c != '0') {
-      droppedNonZero_ = true;
-    }
+  static bool MayBelongToNumber(char c) {
+    return (c >= '0' && c <= '9') || c == '+' || c == '-' || c == '.' || c == 'e' || c == 'E' ||
+           c == 'd' || c == 'D' || c == ' ' || c == '\t';
   }
 
-  State state_ = State::Blanks;
-  bool negative_ = false;
-  bool sawDigit_ = false;
-  std::string digits_;
-  bool droppedNonZero_ = false;
-  // The value is 0.digits_ x 10^pointShift_ before the exponent.
-  std::int64_t pointShift_ = 0;
-  bool exponentNegative_ = false;
-  bool sawExponentDigit_ = false;
-  std::int64_t exponent_ = 0;
+  std::string text_;
+  bool ended_ = false;
 };
 
 // Calls `onValue` with the values of pieces 1, 2, ... in order, each the
