@@ -16,8 +16,9 @@ std::string_view OperationModeName(std::int16_t mode) {
   }
 }
 
+// Units are blank-padded; a source that stored none leaves zero bytes.
 std::string TrimBlanks(std::string text) {
-  const auto end = text.find_last_not_of(' ');
+  const auto end = text.find_last_not_of(std::string_view(" \0", 2));
   text.erase(end == std::string::npos ? 0 : end + 1);
   return text;
 }
