@@ -21,18 +21,14 @@ TEST(TerminalPrompter, OptionsAnswerBeforeAnyoneIsAsked) {
   EXPECT_EQ(err.str(), "Unknown Data File: Convert it?\n");  // the question is still shown
 }
 
-TEST(TerminalPrompter, WithoutATerminalDefaultsAndNoAreTaken) {
-  std::istringstream in("y\n75\n");
-  std::ostringstream err;
-  TerminalPrompter prompter(in, err, false);
-  EXPECT_EQ(prompter.AskInput(kInterval), "1000");
-  EXPECT_FALSE(prompter.AskYesNo(kUnknown));
-  EXPECT_FALSE(prompter.AskOkCancel(kUnknown));
-}
-
-TEST(TerminalPrompter, OnATerminalTheAnswerIsReadAndEnterTakesTheDefault) {
+TEST(TerminalPrompter, OnlyATerminalIsAskedAndThereEnterTakesTheDefault) {
   std::istringstream in("Yes\n75\r\n\n");
-  std::ostringstream err;
+  std::ostringstream offlineErr, err;
+  // Without a terminal: the default, or No / Cancel, and nothing is read.
+  TerminalPrompter offline(in, offlineErr, false);
+  EXPECT_EQ(offline.AskInput(kInterval), "1000");
+  EXPECT_FALSE(offline.AskYesNo(kUnknown));
+  EXPECT_FALSE(offline.AskOkCancel(kUnknown));
   TerminalPrompter prompter(in, err, true);
   EXPECT_TRUE(prompter.AskYesNo(kUnknown));
   EXPECT_EQ(prompter.AskInput(kInterval), "75");

@@ -2,192 +2,134 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <string>
 #include <vector>
 
 #include "abf/ConvoraError.h"
-#include "abf/LittleEndian.h"
+#include "app/KnownFileDispatch.h"
 #include "support/TestSupport.h"
 
 namespace convora {
 namespace {
 
-using test::Bytes;
+using test::ByteBuilder;
 
-// A crafted file: zeros of a given size with text and numbers placed at offsets.
-struct File {
-  Bytes bytes;
-  std::string path = "/data/rec.dat";
+// A multiple of none of 100, 512, 2048 and 8000.
+constexpr std::size_t kPlain = 1001;
 
-  explicit File(std::size_t size) : bytes(size, 0) {}
-  File& Text(std::size_t offset, std::string_view text) {
-    std::copy(text.begin(), text.end(), bytes.begin() + static_cast<std::ptrdiff_t>(offset));
-    return *this;
-  }
-  File& Byte(std::size_t offset, std::uint8_t value) {
-    bytes[offset] = value;
-    return *this;
-  }
-  File& Int16(std::size_t offset, std::int16_t value) {
-    StoreLittleEndian(&bytes[offset], value);
-    return *this;
-  }
-  File& Int32(std::size_t offset, std::int32_t value) {
-    StoreLittleEndian(&bytes[offset], value);
-    return *this;
-  }
-  File& Named(std::string name) {
-    path = std::move(name);
-    return *this;
-  }
-};
+// Zeros up to `offset`, where the caller writes the mark.
+ByteBuilder At(std::size_t offset) { return std::move(ByteBuilder().PadTo(offset)); }
 
-// The input as the dispatcher reads it from such a file.
-RecognitionInput InputOf(const File& file) {
-  const auto length = static_cast<std::int64_t>(file.bytes.size());
-  std::int16_t mark = 0;
-  if (length > 0 && length % 2048 == 0) {
-    mark = LoadLittleEndian<std::int16_t>(&file.bytes[static_cast<std::size_t>(length - 46)]);
-  }
-  return MakeRecognitionInput(file.bytes, length, file.path, mark);
-}
-
-// Numbers (1-based) of the rows that match.
-std::vector<int> Rows(const File& file) {
-  const auto table = RecognitionTable();
+// Numbers (1-based) of the rows that match a file of `length` bytes that starts
+// with `head` and holds zeros after it.
+std::vector<int> Rows(const ByteBuilder& head, std::size_t length = kPlain,
+                      const std::string& name = "rec.dat") {
+  test::TempDir dir;
+  test::WriteFile(dir / name, ByteBuilder(head).PadTo(length).Get());
   std::vector<int> rows;
-  for (const RecognitionRow* row : MatchingRows(InputOf(file))) {
-    rows.push_back(static_cast<int>(row - table.data()) + 1);
-  }
+  for (const RecognitionRow* row : MatchingRows(ReadRecognitionInput(dir / name)))
+    rows.push_back(static_cast<int>(row - RecognitionTable().data()) + 1);
   return rows;
 }
 
-// 1001 zero bytes match no row: not a multiple of 100, 512, 2048 or 8000, and
-// every field a test looks at is zero.
-constexpr std::size_t kPlain = 1001;
-
 struct Case {
   const char* label;
-  File file;
   std::vector<int> rows;
+  ByteBuilder head;
+  std::size_t length = kPlain;
+  std::string name = "rec.dat";
 };
 
-std::string LabelOf(const testing::TestParamInfo<Case>& info) { return info.param.label; }
+void PrintTo(const Case& c, std::ostream* os) { *os << c.label; }
 
 class RecognitionRows : public testing::TestWithParam<Case> {};
 
 TEST_P(RecognitionRows, MatchExactlyTheseRows) {
-  EXPECT_EQ(Rows(GetParam().file), GetParam().rows);
+  EXPECT_EQ(Rows(GetParam().head, GetParam().length, GetParam().name), GetParam().rows);
 }
 
-constexpr char kChart[] = {'A', 0, 'D', 0, 'I', 0, 'n', 0, 's', 0, 't'};
-constexpr char kChartNearMiss[] = {'A', 0, 'D', 0, 'I', 0, 'n', 0, 's', 0, 'T'};
-
+// Each row gets a match and a near miss just across its boundary.
 // clang-format off
-INSTANTIATE_TEST_SUITE_P(EachRow, RecognitionRows, testing::Values(
-    Case{"Plain",               File(kPlain),                                           {}},
-    Case{"Abf",                 File(kPlain).Text(0, "ABF "),                           {1}},
-    Case{"AbfVersion2",         File(kPlain).Text(0, "ABF2"),                           {}},
-    // sCreatorInfo is 16 characters, 294..309.
-    Case{"EventFile",           File(kPlain).Text(296, "Vestralinkor"),                 {2}},
-    Case{"EventMarkCut",        File(kPlain).Text(299, "Vestralinkor"),                 {}},
-    Case{"Axograph",            File(kPlain).Text(0, "AxGr"),                           {3}},
-    Case{"AxographLowerCase",   File(kPlain).Text(0, "axGr"),                           {}},
-    Case{"Matlab",              File(kPlain).Text(0, "MATLAB 5.0"),                     {4}},
-    Case{"MatlabShort",         File(kPlain).Text(0, "MATLA"),                          {}},
-    Case{"WinCdr",              File(kPlain).Text(0, "VER=6"),                          {5}},
-    Case{"WinCdrOtherVersion",  File(kPlain).Text(0, "VER=5"),                          {}},
-    Case{"Scan",                File(kPlain).Text(0, "DT=").Named("/data/rec.sca"),     {6}},
-    Case{"ScanMixedCaseName",   File(kPlain).Text(0, "DT=").Named("/data/REC.Sca"),     {6}},
-    Case{"ScanLowerCaseProbe",  File(kPlain).Text(0, "dt=").Named("/data/rec.SCA"),     {}},
-    Case{"ScanLongerExtension", File(kPlain).Text(0, "DT=").Named("/data/rec.scan"),    {}},
-    Case{"WinWcp",              File(kPlain).Text(0, "VER=").Named("/data/rec.WCP"),    {7}},
-    Case{"WinWcpAndWinCdr",     File(kPlain).Text(0, "VER=6").Named("/data/rec.wcp"),   {5, 7}},
-    Case{"WinWcpOtherName",     File(kPlain).Text(0, "VER=").Named("/data/rec.wcpx"),   {}},
-    // The probe is 48 bytes: "ELSAA" at 43..47 is inside, at 44 it is cut.
-    Case{"Elsaa",               File(kPlain).Text(43, "ELSAA"),                         {8}},
-    Case{"ElsaaPastProbe",      File(kPlain).Text(44, "ELSAA"),                         {}},
-    Case{"Spike2",              File(kPlain).Text(2, "(C) CED"),                        {9}},
-    Case{"Spike2Shifted",       File(kPlain).Text(3, "(C) CED"),                        {}},
-    Case{"IgorTextMac",         File(kPlain).Text(0, "IGOR\rWAVES\t"),                  {10}},
-    Case{"IgorTextOther",       File(kPlain).Text(0, "IGOR\r\nWAVES"),                  {10}},
-    Case{"IgorTextLowerCase",   File(kPlain).Text(0, "IGOr"),                           {}},
-    Case{"IgorBinaryPc",        File(kPlain).Int16(0, 2),                               {11}},
-    Case{"IgorBinaryMac",       File(kPlain).Byte(1, 2),                                {11}},
-    Case{"IgorBinaryVersion3",  File(kPlain).Int16(0, 3),                               {}},
-    Case{"Igor5",               File(kPlain).Int16(0, 5).Named("/data/w.ibw"),          {12}},
-    Case{"Igor5MacUpperName",   File(kPlain).Byte(1, 5).Named("/data/W.IBW"),           {12}},
-    // The extension need not end the path.
-    Case{"Igor5InnerExtension", File(kPlain).Int16(0, 5).Named("/data/w.ibw.bak"),      {12}},
-    Case{"Igor5OtherName",      File(kPlain).Int16(0, 5).Named("/data/w.ibx"),          {}},
-    Case{"ChartWin",            File(kPlain).Text(0, {kChart, sizeof kChart}),          {13}},
-    Case{"ChartWinNearMiss",    File(kPlain).Text(0, {kChartNearMiss, sizeof kChart}),  {}},
-    // Two blocks: the mark of the last block (2048 + 2002) must be n - 1 = 1.
-    Case{"Torvane",             File(4096).Int16(4050, 1),                              {14}},
-    Case{"TorvaneWrongMark",    File(4096).Int16(4050, 2),                              {}},
-    Case{"TorvaneFirstMarkSet", File(4096).Int16(4050, 1).Int16(2002, 1),               {}},
-    // One block: its own mark is both the first and the last, and must be 0.
-    Case{"TorvaneOneBlock",     File(2048),                                             {14}},
-    // "TIME" at 0-based offset 15 is probe position 16.
-    Case{"Racal",               File(kPlain).Text(0, "DATE").Text(15, "TIME"),          {15}},
-    Case{"RacalTimeEarlier",    File(kPlain).Text(0, "DATETIME").Text(15, "TIME"),      {}},
-    Case{"RacalTimeLater",      File(kPlain).Text(0, "DATE").Text(16, "TIME"),          {}},
-    Case{"Cfs",                 File(kPlain).Text(0, "CEDFILE"),                        {16}},
-    Case{"CfsShort",            File(kPlain).Text(0, "CEDFIL"),                         {}},
-    Case{"WinTida",             File(kPlain).Text(0, "TIDA").Byte(4, 1),                {17}},
-    Case{"WinTidaOtherByte",    File(kPlain).Text(0, "TIDA").Byte(4, 2),                {}},
+INSTANTIATE_TEST_SUITE_P(Recognition, RecognitionRows, testing::Values(
+    Case{"Abf",                 {1},      At(0).Text("ABF ")},
+    // sCreatorInfo is the 16 characters at 294..309.
+    Case{"EventFile",           {2},      At(298).Text("Vestralinkor")},
+    Case{"EventMarkCut",        {},       At(299).Text("Vestralinkor")},
+    Case{"Axograph",            {3},      At(0).Text("AxGr")},
+    // One near miss stands for every row that compares the first characters.
+    Case{"AxographLowerCase",   {},       At(0).Text("axGr")},
+    Case{"Matlab",              {4},      At(0).Text("MATLAB 5.0")},
+    Case{"WinCdr",              {5},      At(0).Text("VER=6")},
+    Case{"WinCdrOtherVersion",  {},       At(0).Text("VER=5")},
+    Case{"Scan",                {6},      At(0).Text("DT="), kPlain, "REC.Sca"},
+    Case{"ScanLongerExtension", {},       At(0).Text("DT="), kPlain, "rec.scan"},
+    Case{"WinWcp",              {7},      At(0).Text("VER="), kPlain, "rec.WCP"},
+    Case{"WinWcpOtherName",     {},       At(0).Text("VER="), kPlain, "rec.wcpx"},
+    Case{"WinCdrAndWinWcp",     {5, 7},   At(0).Text("VER=6"), kPlain, "rec.wcp"},
+    // The probe is 48 bytes: "ELSAA" at 43..47 is inside it, at 44 it is cut.
+    Case{"Elsaa",               {8},      At(43).Text("ELSAA")},
+    Case{"ElsaaPastProbe",      {},       At(44).Text("ELSAA")},
+    Case{"Spike2",              {9},      At(2).Text("(C) CED")},
+    Case{"Spike2Shifted",       {},       At(3).Text("(C) CED")},
+    Case{"IgorTextOf16000",     {10, 21}, At(0).Text("IGOR"), 16000},
+    Case{"IgorBinaryPc",        {11},     At(0).Int16LE(2)},
+    Case{"IgorBinaryMac",       {11},     At(0).Int16BE(2)},
+    Case{"IgorBinaryVersion3",  {},       At(0).Int16LE(3)},
+    Case{"Igor5",               {12},     At(0).Int16LE(5), kPlain, "w.ibw"},
+    // Either byte order and case; the extension need not end the name.
+    Case{"Igor5MacInnerUpper",  {12},     At(0).Int16BE(5), kPlain, "W.IBW.BAK"},
+    Case{"Igor5OtherName",      {},       At(0).Int16LE(5), kPlain, "w.ibx"},
+    Case{"ChartWin",            {13},     At(0).Text({"A\0D\0I\0n\0s\0t", 11})},
+    Case{"ChartWinNearMiss",    {},       At(0).Text({"A\0D\0I\0n\0s\0T", 11})},
+    // Four blocks: the first block's mark (2002) must be 0 and the last one's
+    // (3 x 2048 + 2002 = 8146, past the 6144 header bytes) 4 - 1 = 3.
+    Case{"Torvane",             {14},     At(8146).Int16LE(3), 8192},
+    Case{"TorvaneLastMarkN",    {},       At(8146).Int16LE(4), 8192},
+    Case{"TorvaneFirstMarkSet", {},       At(2002).Int16LE(1).PadTo(8146).Int16LE(3), 8192},
+    // "TIME" at 0-based offset 15 is position 16; the first "TIME" counts.
+    Case{"Racal",               {15},     At(0).Text("DATE").PadTo(15).Text("TIME")},
+    Case{"RacalTimeLater",      {},       At(0).Text("DATE").PadTo(16).Text("TIME")},
+    Case{"RacalTimeEarlier",    {},       At(0).Text("DATETIME").PadTo(15).Text("TIME")},
+    Case{"Cfs",                 {16},     At(0).Text("CEDFILE")},
+    Case{"WinTida",             {17},     At(0).Text("TIDA\x01")},
+    Case{"WinTidaOtherByte",    {},       At(0).Text("TIDA\x02")},
     // The 9 characters at 501 end at 509.
-    Case{"Tida",                File(kPlain).Text(506, "TIDA"),                         {18}},
-    Case{"TidaCut",             File(kPlain).Text(507, "TIDA"),                         {}},
-    Case{"LumiraShort",         File(1024).Int16(510, 9999),                            {19}},
-    Case{"LumiraShortLength",   File(1025).Int16(510, 9999),                            {}},
-    // k = 0: records of 0 x 2 + 100 bytes; k = 150: 400 bytes; k = -100: -100
-    // bytes, which divide 1000 as well as 100 does.
-    Case{"LumiraLong",          File(1000).Int16(14, 32767),                            {20}},
-    Case{"LumiraLongRecord400", File(1200).Int16(14, 32767).Int16(92, 150),             {20}},
-    Case{"LumiraLongNegative",  File(1000).Int16(14, 32767).Int16(92, -100),            {20}},
-    Case{"LumiraLongLength",    File(1100).Int16(14, 32767).Int16(92, 150),             {}},
-    Case{"LumiraLongNoMarker",  File(1000).Int16(14, 32766),                            {}},
-    Case{"Brenlow16000",        File(16000),                                            {21}},
-    Case{"BrenlowEmpty",        File(0),                                                {21}},
-    Case{"BrenlowLength",       File(8001),                                             {}},
-    Case{"Ostrel",              File(kPlain).Int16(0, 1).Int32(2, 70),                  {22}},
-    Case{"OstrelOtherLength",   File(kPlain).Int16(0, 1).Int32(2, 71),                  {}},
-    Case{"DataQuest",           File(kPlain).Text(0, "WD"),                             {23}},
-    Case{"DataQuestLowerCase",  File(kPlain).Text(0, "Wd"),                             {}},
-    Case{"AcqKnowledgeMac",     File(kPlain).Byte(5, 0x23),                             {24}},
-    // 0x23 first is the little-endian 35: neither the Macintosh nor the PC mark (36).
-    Case{"AcqKnowledgeSwapped", File(kPlain).Byte(2, 0x23),                             {}},
-    Case{"AcqKnowledgePc",      File(kPlain).Int32(2, 36),                              {25}},
-    Case{"AcqKnowledgePcSet0",  File(kPlain).Int16(0, 1).Int32(2, 36),                  {}},
-    Case{"Cdr",                 File(kPlain).Text(168, "CDR"),                          {26}},
-    Case{"CdrThree",            File(kPlain).Text(171, "3"),                            {26}},
-    Case{"CdrThreeOutside",     File(kPlain).Text(172, "3"),                            {}},
-    // An earlier match keeps the CDR row from matching; a later one does not.
-    Case{"CdrAfterAxograph",    File(kPlain).Text(0, "AxGr").Text(168, "CDR"),          {3}},
-    Case{"CdrAndLtp",           File(kPlain).Text(1, "LTP_ASF").Text(168, "3"),         {26, 27}},
-    Case{"Ltp",                 File(kPlain).Text(1, "LTP_ASF"),                        {27}},
-    Case{"LtpAtStart",          File(kPlain).Text(0, "LTP_ASF"),                        {}},
-    Case{"IgorTextOf16000",     File(16000).Text(0, "IGOR"),                            {10, 21}},
-    Case{"AbfAndEventFile",     File(kPlain).Text(0, "ABF ").Text(294, "Vestralinkor"), {1, 2}}),
-    LabelOf);
+    Case{"Tida",                {18},     At(506).Text("TIDA")},
+    Case{"TidaCut",             {},       At(507).Text("TIDA")},
+    Case{"LumiraShort",         {19},     At(510).Int16LE(9999), 1024},
+    Case{"LumiraShortLength",   {},       At(510).Int16LE(9999), 1025},
+    // Records of k x 2 + 100 bytes, k the int16 at 92. k = 150: 400 bytes, which
+    // divide 400 (150, 250, 300 would not) but not 1000 (100, 250 would). k = -100:
+    // -100 divides 1000; k read unsigned (65436 x 2 + 100) would not.
+    Case{"LumiraLong",          {20},     At(14).Int16LE(32767).PadTo(92).Int16LE(150), 400},
+    Case{"LumiraLongLength",    {},       At(14).Int16LE(32767).PadTo(92).Int16LE(150), 1000},
+    Case{"LumiraLongNegative",  {20},     At(14).Int16LE(32767).PadTo(92).Int16LE(-100), 1000},
+    // 0 and 16000 are multiples of 100 too: they match row 20 only if its
+    // marker is ignored.
+    Case{"BrenlowEmpty",        {21},     At(0), 0},
+    Case{"Ostrel",              {22},     At(0).Int16LE(1).Int32LE(70)},
+    Case{"OstrelOtherLength",   {},       At(0).Int16LE(1).Int32LE(71)},
+    Case{"DataQuest",           {23},     At(0).Text("WD")},
+    Case{"AcqKnowledgeMac",     {24},     At(2).Int32BE(35)},
+    Case{"AcqKnowledgeMacAsPc", {},       At(2).Int32LE(35)},
+    Case{"AcqKnowledgePc",      {25},     At(2).Int32LE(36)},
+    Case{"AcqKnowledgePcSet0",  {},       At(0).Int16LE(1).Int32LE(36)},
+    // Looks at the 4 characters 168..171, and only when no earlier row matched;
+    // a later match (row 27) leaves it alone.
+    Case{"Cdr",                 {26},     At(169).Text("CDR")},
+    Case{"CdrThreeOutside",     {},       At(172).Text("3")},
+    Case{"CdrAfterAxograph",    {3},      At(0).Text("AxGr").PadTo(168).Text("CDR")},
+    Case{"CdrThreeAndLtp",      {26, 27}, At(1).Text("LTP_ASF").PadTo(171).Text("3")},
+    Case{"LtpAtStart",          {},       At(0).Text("LTP_ASF")}),
+    [](const auto& info) { return std::string(info.param.label); });
 // clang-format on
-
-TEST(Recognition, TableHasTheTwentySevenRowsNamedForTheirFormats) {
-  const auto table = RecognitionTable();
-  ASSERT_EQ(table.size(), 27u);
-  EXPECT_EQ(table[2].name, "Axograph file v1");
-  EXPECT_EQ(table[10].name, "Igor Binary File v2.0");
-  EXPECT_EQ(table[25].name, "Kestrin's CDR");
-}
 
 TEST(Recognition, ZeroRecordLengthOfTheLongIntegerTestIsAnError) {
   // k = -50 gives -50 x 2 + 100 = 0; the remainder is taken even when the
   // marker at 14 rules the row out, and even after an earlier match.
-  EXPECT_THROW(Rows(File(kPlain).Int16(92, -50)), ConvoraError);
-  EXPECT_THROW(Rows(File(kPlain).Text(0, "AxGr").Int16(92, -50)), ConvoraError);
-  EXPECT_EQ(Rows(File(kPlain).Int16(92, -49)), std::vector<int>{});
+  EXPECT_THROW(Rows(At(92).Int16LE(-50)), ConvoraError);
+  EXPECT_THROW(Rows(At(0).Text("AxGr").PadTo(92).Int16LE(-50)), ConvoraError);
+  EXPECT_EQ(Rows(At(92).Int16LE(-49)), std::vector<int>{});
 }
 
 }  // namespace

@@ -1,0 +1,62 @@
+#!/usr/bin/env python3
+"""Writes one small valid file per reader into FOLDER/<target>/, to seed the fuzzers.
+
+Usage: make_seeds.py FOLDER
+"""
+import os
+import struct
+import sys
+
+
+def axograph():
+    points, values = 3, [0.0, 1e-4, 2e-4]
+    data = b"AxGr" + struct.pack(">hhi", 1, 2, points)
+    data += b"Time (s)".ljust(80) + struct.pack(f">{points}f", *values)
+    data += struct.pack(">i", points) + b"Current (A)".ljust(80)
+    return data + struct.pack(f">{points}f", -1e-11, 0.0, 2e-11)
+
+
+def igor_binary(big_endian):
+    order = ">" if big_endian else "<"
+    head = struct.pack(order + "h14x", 2) + struct.pack(order + "h", 2) + bytes(32)
+    head += b"A   " + b"s   " + struct.pack(order + "ih", 3, 0) + struct.pack(order + "d", 1e-4)
+    head = head.ljust(126, b"\0")
+    return head + struct.pack(order + "3f", -1e-11, 5e-12, 2e-11)
+
+
+def igor_text():
+    return b"IGOR\rWAVES\twave0\rBEGIN\r\t-2e-11\r\t1e-11\r\t2e-11\rEND\r"
+
+
+def cdr():
+    head = bytearray(512)
+    struct.pack_into("<h", head, 0, 1)
+    struct.pack_into("<f", head, 4, 0.0512)
+    struct.pack_into("<fff", head, 98, 0.1, 0.5, 5.0)
+    head[110:112] = b"pA"
+    struct.pack_into("<h", head, 122, 2048)
+    head[168:172] = b"CDR "
+    return bytes(head) + struct.pack("<512h", *range(-256, 256))
+
+
+def raw():
+    return bytes([0, 2, 100, 2]) + struct.pack("<6f", 0.0, 1.5, -2.0, 3.25, 0.0, -0.5)
+
+
+SEEDS = {
+    "fuzz_axograph": {"v1.axg": axograph()},
+    "fuzz_igor_binary": {"pc.ibw": igor_binary(False), "mac.ibw": igor_binary(True)},
+    "fuzz_igor_text": {"wave.itx": igor_text()},
+    "fuzz_cdr": {"rec.cdr": cdr()},
+    "fuzz_binary": {"raw.dat": raw()},
+    "fuzz_known_file": {"v1.axg": axograph(), "pc.ibw": igor_binary(False),
+                        "wave.itx": igor_text(), "rec.cdr": cdr()},
+}
+
+if __name__ == "__main__":
+    for target, files in SEEDS.items():
+        folder = os.path.join(sys.argv[1], target)
+        os.makedirs(folder, exist_ok=True)
+        for name, data in files.items():
+            with open(os.path.join(folder, name), "wb") as out:
+                out.write(data)
