@@ -1,21 +1,18 @@
 #include <gtest/gtest.h>
 
-#include "abf/ConvoraError.h"
 #include "generic/WavExport.h"
-#include "support/TestSupport.h"
+#include "support/ExpectedAbf.h"
 
-namespace convora {
+namespace convora::test {
 namespace {
 
-using test::Bytes;
-using test::ByteBuilder;
-
-Bytes WavHeader(std::int32_t riff, std::int16_t channels, std::int32_t rate, std::int32_t byteRate,
-                std::int16_t align, std::int32_t data) {
+// A 16-bit PCM header with these fields, then `data`.
+Bytes WavFile(std::int32_t riff, std::int16_t channels, std::int32_t rate, std::int32_t byteRate,
+              std::int16_t align, std::int32_t dataSize, const Bytes& data) {
   return ByteBuilder()
       .Text("RIFF").Int32LE(riff).Text("WAVE").Text("fmt ").Int32LE(16).Int16LE(1)
       .Int16LE(channels).Int32LE(rate).Int32LE(byteRate).Int16LE(align).Int16LE(16)
-      .Text("data").Int32LE(data).Get();
+      .Text("data").Int32LE(dataSize).Raw(data).Get();
 }
 
 class WavExportTest : public ::testing::Test {
@@ -23,46 +20,33 @@ class WavExportTest : public ::testing::Test {
   Bytes Export(const Bytes& source, const BinarySettings& settings) {
     fixture.Select("song.raw", source);
     ConvertToWav(fixture.bench, settings);
-    return test::ReadFile(fixture.dir / "song.wav");
+    return ReadFile(fixture.dir / "song.wav");
   }
-  test::BenchFixture fixture;
+  BenchFixture fixture;
 };
 
 TEST_F(WavExportTest, BlockBehindTheByteLocationIsCopiedAsItIs) {
-  Bytes source(1044);
-  for (std::size_t i = 0; i < source.size(); ++i) source[i] = static_cast<std::uint8_t>(i);
-  BinarySettings settings;
-  settings.byteLocation = "44";
-  settings.channels = "2";
-  settings.swapBytes = true;       // not consulted
-  settings.floatingPoint = true;   // not consulted
-  // 1 / 200 us = 5000 Hz; 2 x 5000 x 2 bytes = 20000; data 1000, RIFF 1036.
-  Bytes expected = WavHeader(1036, 2, 5000, 20000, 4, 1000);
-  expected.insert(expected.end(), source.begin() + 44, source.end());
-  EXPECT_EQ(Export(source, settings), expected);
+  const Bytes source = Counting(1044);
+  // Swapping and floats are not consulted. 1 / 200 us = 5000 Hz; 2 x 5000 x 2 bytes = 20000;
+  // data 1000, RIFF 1036.
+  EXPECT_EQ(Export(source, {.byteLocation = "44", .channels = "2", .swapBytes = true,
+                            .floatingPoint = true}),
+            WavFile(1036, 2, 5000, 20000, 4, 1000, Bytes(source.begin() + 44, source.end())));
   EXPECT_EQ(fixture.bench.List1.Entries().back(), fixture.dir / "song.wav");
 }
 
 TEST_F(WavExportTest, OddDataSizeCopiesOneByteFromBeyondTheBlock) {
-  BinarySettings settings;
-  settings.sampleInterval = "300";  // 3333.33 Hz rounds to 3333
-  // 5 data bytes: 5 / 2 - 1 = 1.5 rounds to 2, so 3 values (6 bytes) are copied.
-  Bytes expected = WavHeader(41, 1, 3333, 6666, 2, 5);
-  const Bytes data{1, 2, 3, 4, 5};
-  expected.insert(expected.end(), data.begin(), data.end());
-  expected.push_back(0);
-  EXPECT_EQ(Export(data, settings), expected);
+  // 1 / 300 us = 3333.33 Hz rounds to 3333. 5 data bytes: 5 / 2 - 1 = 1.5 rounds to 2, so
+  // 3 values (6 bytes) are copied, the last read as 0 past the end.
+  EXPECT_EQ(Export({1, 2, 3, 4, 5}, {.sampleInterval = "300"}),
+            WavFile(41, 1, 3333, 6666, 2, 5, {1, 2, 3, 4, 5, 0}));
 }
 
 TEST_F(WavExportTest, ZeroIntervalOrLocationPastTheEndIsRefused) {
-  BinarySettings zero;
-  zero.sampleInterval = "0";
-  EXPECT_THROW(Export(Bytes(10), zero), ConvoraError);
-  BinarySettings past;
-  past.byteLocation = "20";
-  EXPECT_THROW(Export(Bytes(10), past), ConvoraError);
+  EXPECT_THROW(Export(Bytes(10), {.sampleInterval = "0"}), ConvoraError);
+  EXPECT_THROW(Export(Bytes(10), {.byteLocation = "20"}), ConvoraError);
   EXPECT_FALSE(std::filesystem::exists(fixture.dir / "song.wav"));
 }
 
 }  // namespace
-}  // namespace convora
+}  // namespace convora::test

@@ -2,6 +2,7 @@
 ABF reader written independently of this project."""
 
 import os
+import struct
 import subprocess
 import sys
 import tempfile
@@ -29,6 +30,16 @@ class Channel:
         self.values = values  # numpy array in physical units
         self.units = units
         self.rate_hz = rate_hz
+
+
+def float32(value):
+    """The value rounded to single precision."""
+    return struct.unpack("<f", struct.pack("<f", value))[0]
+
+
+def one_count(reference, adc_range=10.24):
+    """What one stored count is worth in a channel scaled to this reference value."""
+    return adc_range / (32768 * float32(10.24 / reference / 2))
 
 
 def read_abf(path):
@@ -66,6 +77,18 @@ class ConvoraTestCase(unittest.TestCase):
         done = run_convora(*args, cwd=self.folder)
         self.assertEqual(done.returncode, 0, done.stderr)
         return done.stdout.split("\n")[:-1]
+
+    def convert_one(self, name, data, *options):
+        """Writes and converts one source; returns the channels of the ABF file beside it."""
+        written = self.convert("convert", *options, self.write(name, data))
+        self.assertEqual(written, [self.path(name.split(".")[0] + ".ABF")])
+        return read_abf(written[0])
+
+    def assertChannel(self, channel, units, rate_hz, values, count):
+        """Unit, rate, and each value stored one count low, to within half a count."""
+        self.assertEqual(channel.units, units)
+        self.assertAlmostEqual(channel.rate_hz, rate_hz, places=3)
+        self.assertClose(channel.values, [v - count for v in values], count / 2 + 1e-9)
 
     def assertClose(self, actual, expected, tolerance):
         numpy.testing.assert_allclose(numpy.asarray(actual), numpy.asarray(expected),

@@ -2,7 +2,7 @@
 
 import struct
 
-from interop_support import ConvoraTestCase, main, read_abf
+from interop_support import ConvoraTestCase, main
 
 
 def cdr_file(counts, interval_ms, units_per_count, range_volts, unit, resolution):
@@ -22,10 +22,7 @@ def cdr_file(counts, interval_ms, units_per_count, range_volts, unit, resolution
 class CdrReadBack(ConvoraTestCase):
     def test_counts_come_back_times_the_calibration(self):
         counts = [(i * 37) % 4001 - 2000 for i in range(3 * 512)]
-        source = self.write("rec.cdr", cdr_file(counts, 0.1, 0.25, 5.0, "mV", 2048))
-        written = self.convert("convert", "--interval", "100", source)
-        self.assertEqual(written, [self.path("rec.ABF")])
-        (channel,) = read_abf(written[0])
+        (channel,) = self.convert_one("rec.cdr", cdr_file(counts, 0.1, 0.25, 5.0, "mV", 2048))
         self.assertEqual(channel.units, "mV")
         self.assertEqual(channel.rate_hz, 10000.0)  # 0.1 ms
         self.assertEqual(len(channel.values), len(counts))

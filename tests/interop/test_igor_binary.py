@@ -1,13 +1,8 @@
 """Igor binary waves of version 2, read back by neo."""
 
-import os
 import struct
 
-from interop_support import ConvoraTestCase, main, read_abf, run_convora
-
-
-def float32(value):
-    return struct.unpack("<f", struct.pack("<f", value))[0]
+from interop_support import ConvoraTestCase, main, one_count
 
 
 def igor_wave(values, units, step, mac=False, doubles=False):
@@ -22,37 +17,11 @@ def igor_wave(values, units, step, mac=False, doubles=False):
 
 
 class IgorBinaryReadBack(ConvoraTestCase):
-    def test_amperes_with_a_positive_peak_are_read_against_a_thousand_picoamperes(self):
+    def test_macintosh_doubles_in_amperes_come_back_as_picoamperes(self):
         amperes = [-1e-11, 2e-11, 5e-12, 1.5e-11]
-        source = self.write("wave.ibw", igor_wave(amperes, "A", 1e-4))
-        written = self.convert("convert", source)
-        self.assertEqual(written, [self.path("wave.ABF")])
-        (channel,) = read_abf(written[0])
-        self.assertEqual(channel.units, "pA")
-        self.assertEqual(channel.rate_hz, 10000.0)
-        # |max| 20 > |min| 10: the range is 1000 pA and one count 1000 / 16384 pA.
-        count = 10.24 / (32768 * float32(10.24 / 1000 / 2))
-        expected = [float32(float32(a) * 1e12) - count for a in amperes]
-        self.assertClose(channel.values, expected, count / 2 + 1e-9)
-
-    def test_macintosh_doubles_in_volts_come_back_in_millivolts(self):
-        volts = [-0.002, 0.002, 0.001, -0.0005]
-        source = self.write("mac.ibw", igor_wave(volts, "V", 5e-5, mac=True, doubles=True))
-        (written,) = self.convert("convert", source)
-        (channel,) = read_abf(written)
-        self.assertEqual(channel.units, "mV")
-        self.assertAlmostEqual(channel.rate_hz, 20000.0, places=3)
-        # |max| 2 is not above |min| 2: the range is 2 mV.
-        count = 10.24 / (32768 * float32(10.24 / 2 / 2))
-        self.assertClose(channel.values, [v * 1000 - count for v in volts], count / 2 + 1e-9)
-
-    def test_a_wave_that_cannot_be_scaled_is_reported_and_not_written(self):
-        source = self.write("flat.ibw", igor_wave([0.0, 0.0, 0.0], "A", 1e-4))
-        done = run_convora("convert", source, cwd=self.folder)
-        self.assertEqual(done.returncode, 1)
-        self.assertEqual(done.stdout, "")
-        self.assertIn(f"error: {source}: ", done.stderr)
-        self.assertFalse(os.path.exists(self.path("flat.ABF")))
+        (channel,) = self.convert_one("wave.ibw", igor_wave(amperes, "A", 5e-5, True, True))
+        # |max| 20 > |min| 10: the reference is 1000 pA whatever the data.
+        self.assertChannel(channel, "pA", 20000.0, [a * 1e12 for a in amperes], one_count(1000))
 
 
 if __name__ == "__main__":

@@ -32,35 +32,6 @@ TEST(OutputNameFor, TakesTheExtensionItIsGiven) {
   EXPECT_EQ(OutputNameFor("/d/song.raw", ".wav").string(), "/d/song.wav");
 }
 
-TEST(WriteAbfFile, WritesOverAnOlderFileWithoutShorteningIt) {
-  test::TempDir dir;
-  test::WriteFile(dir / "out.ABF", test::Bytes(7000, 0xAA));
-  const AbfHeader header = BuildDefaultTemplate();
-  WriteAbfFile(header, dir / "src.dat", dir / "out.ABF", [](DataSectionWriter& out) {
-    const std::int16_t samples[] = {1, -2};
-    out.WriteSamples(samples);
-  });
-  const auto bytes = test::ReadFile(dir / "out.ABF");
-  ASSERT_EQ(bytes.size(), 7000u);
-  EXPECT_TRUE(std::equal(header.Bytes().begin(), header.Bytes().end(), bytes.begin()));
-  EXPECT_EQ((test::Bytes(bytes.begin() + 6144, bytes.begin() + 6149)),
-            (test::Bytes{0x01, 0x00, 0xfe, 0xff, 0xAA}));
-}
-
-TEST(WriteAbfFile, DataStartComesFromTheHeaderAlone) {
-  test::TempDir dir;
-  AbfHeader header = BuildDefaultTemplate();
-  header.Set(abf::lDataSectionPtr, 16);
-  WriteAbfFile(header, dir / "src.dat", dir / "out.ABF", [](DataSectionWriter& out) {
-    const std::int16_t samples[] = {0x0102};
-    out.WriteSamples(samples);
-  });
-  const auto bytes = test::ReadFile(dir / "out.ABF");
-  ASSERT_EQ(bytes.size(), 8194u);
-  EXPECT_EQ(bytes[8192], 0x02);
-  EXPECT_TRUE(std::all_of(bytes.begin() + 6144, bytes.begin() + 8192, [](auto b) { return b == 0; }));
-}
-
 TEST(WriteAbfFile, RefusesToWriteOverItsOwnSource) {
   test::TempDir dir;
   test::WriteFile(dir / "cell.ABF", test::Bytes(100, 1));
