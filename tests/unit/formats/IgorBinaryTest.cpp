@@ -12,7 +12,7 @@
 namespace convora::test {
 namespace {
 
-struct IgorWaveSpec {
+struct IgorWaveFields {
   bool mac = false;
   std::int16_t type = 2;  // 2 float32, 4 float64
   std::string dUnits = {};  // NUL-padded to 4
@@ -22,7 +22,7 @@ struct IgorWaveSpec {
 
 // A version-2 wave: 16-byte file header, wave header from byte 16, values at 126;
 // the Macintosh layout has every number big-endian.
-inline Bytes IgorWave(const IgorWaveSpec& w) {
+inline Bytes IgorWave(const IgorWaveFields& w) {
   ByteBuilder b;
   b.Int16LE(2).Zeros(14).Int16LE(w.type).Zeros(32).Text(w.dUnits, 4).Zeros(4);
   b.Int32LE(static_cast<std::int32_t>(w.values.size())).Zeros(2).DoubleLE(w.hsA).PadTo(126);
