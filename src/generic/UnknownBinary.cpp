@@ -42,21 +42,22 @@ void ApplyAcquisitionSettings(AbfHeader& h, const BinarySettings& settings, std:
 }
 
 // Scales the floats so that the larger extreme maps to half of full scale.
-// An all-zero block leaves the scale factor as it was.
+// An empty or all-zero block leaves the scale factor as it was; the range and
+// resolution are overridden all the same.
 void ScaleToPeak(AbfHeader& h, SourceFile& source, const DataBlock& block, std::int64_t count,
                  ByteOrder order) {
-  if (count == 0) return;
+  h.Set(abf::fADCRange, 10.24f);
+  h.Set(abf::lADCResolution, 32768);
   std::optional<Extremes> extremes;
   ForEachValueChunk(source, block.offset, count, ValueType::Float32, order,
                     [&](std::span<const double> values) {
-    if (!extremes) extremes.emplace(values.front());
-    for (float v : values) extremes->Add(v);
-  });
+                      if (!extremes) extremes.emplace(values.front());
+                      for (const double v : values) extremes->Add(v);
+                    });
+  if (!extremes) return;
   const double low = std::fabs(extremes->Minimum());
   const double high = std::fabs(extremes->Maximum());
   const double peak = low > high ? low : high;
-  h.Set(abf::fADCRange, 10.24f);
-  h.Set(abf::lADCResolution, 32768);
   if (auto factor = HalfScaleFactor(peak)) h.Set(abf::fInstrumentScaleFactor, 0, *factor);
 }
 

@@ -65,6 +65,12 @@ TEST_F(UnknownBinaryTest, FloatsAreScaledSoTheirPeakSitsAtHalfScale) {
   const Bytes zeros = Convert("z.dat", Bytes(8, 0), {.scaleFactor = "0.25", .floatingPoint = true});
   EXPECT_EQ(HeaderOf(zeros).Get(abf::fInstrumentScaleFactor, 0), 0.25f);
   EXPECT_EQ(SamplesOf(zeros, 2), (std::vector<std::int16_t>{-1, -1}));
+  // No whole float at all: still the float range and resolution, the typed factor.
+  const AbfHeader empty = HeaderOf(Convert(
+      "e.dat", Bytes(3, 9), {.adcRange = "5", .adcResolution = "2048", .floatingPoint = true}));
+  EXPECT_EQ(empty.Get(abf::lActualAcqLength), 0);
+  EXPECT_EQ(empty.Get(abf::fADCRange), 10.24f);
+  EXPECT_EQ(empty.Get(abf::lADCResolution), 32768);
   const float nan = std::numeric_limits<float>::quiet_NaN();
   ByteBuilder source;
   for (const float v : {-4.0f, 1.0f, 0.0f, 2.0f, 0.5f, nan}) source.FloatBE(v);
