@@ -19,14 +19,10 @@ struct InfoCommand {
   bool json = false;
 };
 
-// Shortest text that reads back as the same number.
-std::string Number(double value) {
-  char buffer[64];
-  const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
-  return std::string(buffer, result.ptr);
-}
-
-std::string Number(float value) {
+// Shortest text that reads back as the same number (a float field prints as
+// the float it holds: 10.24, not 10.239999771118164).
+template <typename Number>
+std::string NumberText(Number value) {
   char buffer[64];
   const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
   return std::string(buffer, result.ptr);
@@ -57,9 +53,9 @@ void PrintText(std::ostream& out, const std::filesystem::path& path, const AbfSu
   out << path.string() << '\n'
       << "  channels:        " << s.channels << '\n'
       << "  units:           " << units << '\n'
-      << "  sample interval: " << Number(s.sampleInterval) << " us\n"
+      << "  sample interval: " << NumberText(s.sampleInterval) << " us\n"
       << "  samples:         " << s.samples << '\n'
-      << "  duration:        " << Number(s.durationSeconds) << " s\n"
+      << "  duration:        " << NumberText(s.durationSeconds) << " s\n"
       << "  data pointer:    block " << s.dataBlock << " (byte " << s.dataByte << ")\n"
       << "  operation mode:  " << s.operationMode << " (" << s.operationModeName << ")\n";
 }
@@ -69,9 +65,9 @@ std::string JsonObject(const std::filesystem::path& path, const AbfSummary& s) {
   for (const auto& unit : s.units) units += (units.empty() ? "" : ", ") + JsonString(unit);
   return "{\"file\": " + JsonString(path.string()) + ", \"channels\": " +
          std::to_string(s.channels) + ", \"units\": [" + units +
-         "], \"sampleIntervalUs\": " + Number(s.sampleInterval) +
+         "], \"sampleIntervalUs\": " + NumberText(s.sampleInterval) +
          ", \"samples\": " + std::to_string(s.samples) +
-         ", \"durationSeconds\": " + Number(s.durationSeconds) +
+         ", \"durationSeconds\": " + NumberText(s.durationSeconds) +
          ", \"dataSectionBlock\": " + std::to_string(s.dataBlock) +
          ", \"dataSectionByte\": " + std::to_string(s.dataByte) +
          ", \"operationMode\": " + std::to_string(s.operationMode) +
