@@ -61,7 +61,6 @@ void CommandContext::ForEachFile(Workbench& bench, const std::vector<std::string
     } catch (const std::exception& e) {
       ReportError(bench.SelectedFilePath, std::string("unexpected failure: ") + e.what());
     }
-    prompter_.SetBusy(false);
   }
 }
 

@@ -2,6 +2,7 @@
 // Scaling of floating-point sources to 16-bit counts, shared by the converters
 // that take a range from the data's extremes.
 
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -23,6 +24,8 @@ class Extremes {
 
   double Minimum() const { return minimum_; }
   double Maximum() const { return maximum_; }
+  double MinimumMagnitude() const { return std::fabs(minimum_); }
+  double MaximumMagnitude() const { return std::fabs(maximum_); }
 
  private:
   double minimum_;
@@ -34,8 +37,8 @@ class Extremes {
 // The larger side may then exceed full scale; files converted so far were
 // made this way and must stay comparable.
 inline double SmallerMagnitude(const Extremes& extremes) {
-  const double low = extremes.Minimum() < 0 ? -extremes.Minimum() : extremes.Minimum();
-  const double high = extremes.Maximum() < 0 ? -extremes.Maximum() : extremes.Maximum();
+  const double low = extremes.MinimumMagnitude();
+  const double high = extremes.MaximumMagnitude();
   return high > low ? low : high;
 }
 

@@ -23,25 +23,9 @@ RecognitionInput ReadRecognitionInput(const std::filesystem::path& path) {
   return MakeRecognitionInput(head, length, path, lastBlockMark);
 }
 
-namespace {
-
-// The pointer goes back to the arrow however the file ends.
-class BusyOffAtEnd {
- public:
-  explicit BusyOffAtEnd(Prompter& prompter) : prompter_(prompter) {}
-  ~BusyOffAtEnd() { prompter_.SetBusy(false); }
-  BusyOffAtEnd(const BusyOffAtEnd&) = delete;
-  BusyOffAtEnd& operator=(const BusyOffAtEnd&) = delete;
-
- private:
-  Prompter& prompter_;
-};
-
-}  // namespace
-
 void ConvertKnownFile(Workbench& bench,
                       const std::function<void(Workbench&)>& convertUnknownBinary) {
-  BusyOffAtEnd busyOff(bench.Prompt());
+  const ArrowAtEnd arrow(bench.Prompt());
   const RecognitionInput input = ReadRecognitionInput(bench.SelectedFilePath);
   bench.WorkHeader = input.header;
 

@@ -45,4 +45,17 @@ class Prompter {
   virtual void SetBusy(bool busy) = 0;
 };
 
+// Sets the pointer back to the arrow when the operation that made it busy ends,
+// however it ends.
+class ArrowAtEnd {
+ public:
+  explicit ArrowAtEnd(Prompter& prompter) : prompter_(prompter) {}
+  ~ArrowAtEnd() { prompter_.SetBusy(false); }
+  ArrowAtEnd(const ArrowAtEnd&) = delete;
+  ArrowAtEnd& operator=(const ArrowAtEnd&) = delete;
+
+ private:
+  Prompter& prompter_;
+};
+
 }  // namespace convora

@@ -121,9 +121,8 @@ void ConvertIgor(Workbench& bench) {
   // Kept on purpose: when the peak is on the positive side the full-scale
   // reference is 1000 units whatever the data, else the maximum's magnitude.
   // Outputs are compared with earlier ones made this way.
-  const double low = std::fabs(extremes->Minimum());
-  const double high = std::fabs(extremes->Maximum());
-  const double range = high > low ? 1000.0 : high;
+  const double high = extremes->MaximumMagnitude();
+  const double range = high > extremes->MinimumMagnitude() ? 1000.0 : high;
 
   AbfHeader h = bench.TemplateHeader;
   h.Set(abf::lActualAcqLength, wave.npnts);

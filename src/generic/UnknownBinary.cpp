@@ -55,8 +55,8 @@ void ScaleToPeak(AbfHeader& h, SourceFile& source, const DataBlock& block, std::
                       for (const double v : values) extremes->Add(v);
                     });
   if (!extremes) return;
-  const double low = std::fabs(extremes->Minimum());
-  const double high = std::fabs(extremes->Maximum());
+  const double low = extremes->MinimumMagnitude();
+  const double high = extremes->MaximumMagnitude();
   const double peak = low > high ? low : high;
   if (auto factor = HalfScaleFactor(peak)) h.Set(abf::fInstrumentScaleFactor, 0, *factor);
 }
@@ -73,6 +73,7 @@ void ConvertUnknownBinary(Workbench& bench, const BinarySettings& settings) {
   }
 
   bench.Prompt().SetBusy(true);
+  const ArrowAtEnd arrow(bench.Prompt());
   AbfHeader& h = bench.TemplateHeader;
   StampTemplate(bench);
   ApplyAcquisitionSettings(h, settings, *samples);

@@ -41,6 +41,7 @@ void ConvertToWav(Workbench& bench, const BinarySettings& settings) {
   const std::int64_t values = static_cast<std::int64_t>(std::nearbyint(dataSize / 2.0 - 1.0)) + 1;
 
   bench.Prompt().SetBusy(true);
+  const ArrowAtEnd arrow(bench.Prompt());
   std::array<std::uint8_t, kWavHeaderBytes> header{};
   PutText(&header[0], "RIFF");
   StoreLittleEndian<std::int32_t>(&header[4], riffSize);

@@ -43,6 +43,7 @@ TEST_F(UnknownBinaryTest, IntegerBlockIsCopiedFromTheByteLocationWithoutAHalfSam
     image = RawAbfImage(DefaultIntegerHeader(samples), Bytes(from, from + 2 * samples), image);
     EXPECT_EQ(Convert("rec.dat", source, {.byteLocation = location}), image) << location;
   }
+  EXPECT_FALSE(fixture.prompter.Busy());  // the pointer is back to the arrow
 }
 
 TEST_F(UnknownBinaryTest, SeveralChannelsSetTheSequenceButCalibrateOnlyTheFirst) {
