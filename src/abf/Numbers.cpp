@@ -93,4 +93,10 @@ std::optional<float> NarrowToSingle(double value) {
   return static_cast<float>(value);
 }
 
+std::string FormatSingle(float value) {
+  char text[32];
+  const auto result = std::to_chars(text, text + sizeof text, value);
+  return std::string(text, result.ptr);
+}
+
 }  // namespace convora

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace convora {
@@ -25,5 +26,9 @@ std::optional<std::int32_t> RoundToInt32(double value);
 // A double stored into a 32-bit float field: nothing when a finite value lies
 // beyond the float range.
 std::optional<float> NarrowToSingle(double value);
+
+// A float shown as the shortest text that reads back as the same float, so
+// that accepting a shown default stores the very value it came from.
+std::string FormatSingle(float value);
 
 }  // namespace convora

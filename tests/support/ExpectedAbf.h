@@ -66,6 +66,18 @@ inline AbfHeader PatternedTemplate() {
   return h;
 }
 
+// The header of an ABF file for the editing tools to work on: every byte
+// patterned, `channels` channels of unit gains in slots 0, 1, ..., 100 us
+// between samples, a 10 V range in 32768 counts, data at block 16.
+inline AbfHeader AbfToEdit(std::int32_t samples, std::int16_t channels = 1) {
+  AbfHeader h = PatternedTemplate();
+  h.Set(abf::lFileSignature, "ABF ");
+  h.Set(abf::nADCNumChannels, channels);
+  for (std::int16_t k = 0; k < channels; ++k) DescribeChannel(h, static_cast<std::size_t>(k), "pA", 1.0f);
+  DescribeRecording(h, samples, 100.0f, 0.0f, 10.0f, 32768);
+  return h;
+}
+
 // A pattern of `size` bytes for copied data.
 inline Bytes Counting(std::size_t size) {
   Bytes bytes(size);

@@ -1,0 +1,81 @@
+#include "abf/ReplacementFile.h"
+
+#include <atomic>
+#include <random>
+#include <string>
+#include <system_error>
+
+#if defined(__unix__) || defined(__APPLE__)
+#include <fcntl.h>
+#include <unistd.h>
+#endif
+
+#include "abf/ConvoraError.h"
+
+namespace convora {
+namespace {
+
+// Beside the target, so that the rename stays within one file system.
+std::filesystem::path TemporaryNameFor(const std::filesystem::path& target) {
+  static const unsigned run = std::random_device{}();
+  static std::atomic<unsigned> counter{0};
+  const std::string prefix = "." + target.filename().string() + ".convora-" + std::to_string(run);
+  for (;;) {
+    std::filesystem::path candidate =
+        target.parent_path() / (prefix + "-" + std::to_string(counter++));
+    std::error_code ec;
+    if (!std::filesystem::exists(candidate, ec)) return candidate;
+  }
+}
+
+// Makes the content durable before the rename makes it visible.
+void FlushToDisk(const std::filesystem::path& path) {
+#if defined(__unix__) || defined(__APPLE__)
+  const int fd = ::open(path.c_str(), O_RDONLY);
+  if (fd < 0) return;
+  const bool synced = ::fsync(fd) == 0;
+  ::close(fd);
+  if (!synced) throw ConvoraError("cannot flush " + path.string() + " to disk");
+#else
+  (void)path;
+#endif
+}
+
+}  // namespace
+
+ReplacementFile::ReplacementFile(const std::filesystem::path& target,
+                                 const std::optional<std::filesystem::path>& startFrom)
+    : target_(target), temporary_(TemporaryNameFor(target)) {
+  std::error_code ec;
+  if (startFrom && std::filesystem::exists(*startFrom, ec)) {
+    std::filesystem::copy_file(*startFrom, temporary_, ec);
+    if (ec) {
+      std::filesystem::remove(temporary_, ec);
+      throw ConvoraError("cannot copy " + startFrom->string() + " to " +
+                         target.parent_path().string() + " (" + ec.message() + ")");
+    }
+  }
+  file_.emplace(temporary_);
+}
+
+ReplacementFile::~ReplacementFile() {
+  if (committed_) return;
+  file_.reset();
+  std::error_code ec;
+  std::filesystem::remove(temporary_, ec);
+}
+
+void ReplacementFile::Commit() {
+  file_->Close();
+  FlushToDisk(temporary_);
+  std::error_code ec;
+  std::filesystem::rename(temporary_, target_, ec);
+  if (ec) throw ConvoraError("cannot replace " + target_.string() + " (" + ec.message() + ")");
+  committed_ = true;
+}
+
+ReplacementFile RewriteOf(const std::filesystem::path& target) {
+  return ReplacementFile(target, target);
+}
+
+}  // namespace convora

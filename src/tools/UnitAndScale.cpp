@@ -1,0 +1,35 @@
+// "Change Unit of ABF File": the unit text and instrument scale factor of one
+// channel, rewritten in the header; the samples stay as they are.
+
+#include "abf/Numbers.h"
+#include "tools/AbfTools.h"
+#include "tools/ToolSteps.h"
+
+namespace convora {
+
+void ChangeUnitAndScaleFactor(Workbench& bench) {
+  if (!LoadSelectedAbfHeader(bench)) return;
+  AbfHeader& header = bench.WorkHeader;
+  // The user counts positions of the sampling sequence; the unit and scale
+  // tables are indexed by the physical channel sampled there.
+  const std::size_t channel =
+      header.Get(abf::nADCNumChannels) == 1
+          ? PhysicalChannelAt(header, 0)
+          : PhysicalChannelForAnswer(header, AskChannelNumber(bench));
+
+  Prompter& prompt = bench.Prompt();
+  const std::string currentUnit = header.Get(abf::sADCUnits, channel);
+  // Cancel gives an empty unit, stored as eight blanks.
+  const std::string unit =
+      prompt.AskInput({"unit", "Please enter new Unit.", "New Unit", currentUnit}).value_or("");
+  const std::string currentScale = FormatSingle(header.Get(abf::fInstrumentScaleFactor, channel));
+  const float scale = AnswerAsSingle(
+      prompt.AskInput({"scale", "Please enter new scale factor.", "New Scale Factor", currentScale}),
+      "scale factor");
+
+  header.Set(abf::sADCUnits, channel, unit);
+  header.Set(abf::fInstrumentScaleFactor, channel, scale);
+  RewriteSelectedHeader(bench);
+}
+
+}  // namespace convora
