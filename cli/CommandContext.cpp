@@ -48,11 +48,26 @@ void CommandContext::ReportError(const std::filesystem::path& path, const std::s
 
 void CommandContext::ForEachFile(Workbench& bench, const std::vector<std::string>& files,
                                  const std::function<void(Workbench&)>& process) {
+  ForEachFileUntilStopped(bench, files, [&](Workbench& b) {
+    process(b);
+    return true;
+  });
+}
+
+void CommandContext::ForEachFileUntilStopped(Workbench& bench,
+                                             const std::vector<std::string>& files,
+                                             const std::function<bool(Workbench&)>& process) {
+  bool stopped = false;
   for (const std::string& file : files) {
     bench.SelectedFilePath = SelectedPathFor(file);
+    if (stopped) {
+      prompter_.Notice(bench.SelectedFilePath.string() +
+                       ": not processed, the run ended at an earlier file");
+      continue;
+    }
     const std::size_t listedBefore = bench.List1.Entries().size();
     try {
-      process(bench);
+      stopped = !process(bench);
       if (bench.List1.Entries().size() == listedBefore && exitCode == kExitOk) {
         exitCode = kExitFailure;  // refused or declined: nothing written
       }

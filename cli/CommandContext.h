@@ -40,6 +40,10 @@ class CommandContext {
   // error, or adds nothing to List1, makes the exit status 1.
   void ForEachFile(Workbench& bench, const std::vector<std::string>& files,
                    const std::function<void(Workbench&)>& process);
+  // The same, for a tool that can end the whole run at a file by returning
+  // false; the files after it are named in a notice and left alone.
+  void ForEachFileUntilStopped(Workbench& bench, const std::vector<std::string>& files,
+                               const std::function<bool(Workbench&)>& process);
 
   // Reports `why` for `path` as "error: PATH: WHY" and marks the run failed.
   void ReportError(const std::filesystem::path& path, const std::string& why);

@@ -12,5 +12,8 @@ void AddWavCommand(CLI::App& app, CommandContext& context);
 void AddInfoCommand(CLI::App& app, CommandContext& context);
 void AddConvertCommand(CLI::App& app, CommandContext& context);
 void AddFormatsCommand(CLI::App& app, CommandContext& context);
+void AddMergeCommand(CLI::App& app, CommandContext& context);
+// set-unit, filter, downscale, set-interval
+void AddToolCommands(CLI::App& app, CommandContext& context);
 
 }  // namespace convora::cli

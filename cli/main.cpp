@@ -27,6 +27,8 @@ int main(int argc, char** argv) {
   AddInfoCommand(app, context);
   AddConvertCommand(app, context);
   AddFormatsCommand(app, context);
+  AddMergeCommand(app, context);
+  AddToolCommands(app, context);
 
   try {
     app.parse(argc, argv);

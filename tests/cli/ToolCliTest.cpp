@@ -1,0 +1,75 @@
+// The ABF editing commands, run as the real program.
+
+#include <gtest/gtest.h>
+
+#include "CliRunner.h"
+#include "support/ExpectedAbf.h"
+
+namespace convora::test {
+namespace {
+
+Bytes SmallAbf(std::int32_t samples) {
+  std::vector<std::int16_t> data(static_cast<std::size_t>(samples));
+  for (std::size_t i = 0; i < data.size(); ++i) data[i] = static_cast<std::int16_t>(i * 10);
+  return AbfImage(AbfToEdit(samples), data);
+}
+
+TEST(ToolCli, MergeListsInOrderRefusesOthersAndWritesIntoTheGivenFolder) {
+  TempDir dir;
+  std::filesystem::create_directory(dir / "out");
+  WriteFile(dir / "a.abf", SmallAbf(300));
+  WriteFile(dir / "b.abf", SmallAbf(200));
+  WriteFile(dir / "notes.txt", Bytes(100, 'x'));
+  const Outcome run = Convora(dir, "merge --yes --name joined --dir out a.abf notes.txt b.abf");
+  EXPECT_EQ(run.status, 1);  // notes.txt was refused
+  EXPECT_EQ(run.out, (dir / "out" / "joined.ABF").string() + "\n");
+  EXPECT_TRUE(HasLine(run.err, "Not an ABF File: " + (dir / "notes.txt").string() +
+                                   " is NOT an Axon Binary File.  You can only merge ABF files.\n"));
+  EXPECT_EQ(HeaderOf(ReadFile(dir / "out" / "joined.ABF")).Get(abf::lActualAcqLength), 500);
+
+  // Without --yes and without a terminal the warning is answered Cancel.
+  const Outcome declined = Convora(dir, "merge a.abf b.abf");
+  EXPECT_EQ(declined.status, 1);
+  EXPECT_EQ(declined.out, "");
+  EXPECT_FALSE(std::filesystem::exists(dir / "ABFMerge.ABF"));
+  EXPECT_EQ(Convora(dir, "merge --yes a.abf").status, 1);  // one file: nothing to merge
+}
+
+TEST(ToolCli, EditsInPlaceAndReportsWhatCannotBeDone) {
+  TempDir dir;
+  WriteFile(dir / "a.abf", SmallAbf(4));
+  const Outcome edited = Convora(dir, "set-unit --unit mV --scale 0.5 a.abf");
+  EXPECT_EQ(edited.status, 0);
+  EXPECT_EQ(edited.out, (dir / "a.abf").string() + "\n");
+  EXPECT_EQ(HeaderOf(ReadFile(dir / "a.abf")).Get(abf::sADCUnits, 0), "mV      ");
+
+  const Bytes before = ReadFile(dir / "a.abf");
+  const Outcome refused = Convora(dir, "set-interval --interval fast a.abf");
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_EQ(refused.err,
+            "error: " + (dir / "a.abf").string() + ": the sample interval \"fast\" is not a number\n");
+  EXPECT_EQ(ReadFile(dir / "a.abf"), before);
+
+  EXPECT_EQ(Convora(dir, "downscale --output scaled.abf a.abf").out,
+            (dir / "scaled.abf").string() + "\n");
+}
+
+TEST(ToolCli, AFilterStopEndsTheRunAndNamesTheFilesLeft) {
+  TempDir dir;
+  WriteFile(dir / "a.abf", SmallAbf(20));
+  WriteFile(dir / "b.abf", SmallAbf(20));
+  const Outcome stopped = Convora(dir, "filter --pre 10 --new 2 a.abf b.abf");
+  EXPECT_EQ(stopped.status, 1);
+  EXPECT_EQ(stopped.err,
+            "Filter Frequency: The pre-filter frequency should be bigger than new filter "
+            "prequency.  Please try again.\nnotice: " +
+                (dir / "b.abf").string() + ": not processed, the run ended at an earlier file\n");
+
+  const Outcome filtered = Convora(dir, "filter --pre 5 --new 1 a.abf b.abf");
+  EXPECT_EQ(filtered.status, 0);
+  EXPECT_EQ(filtered.out, (dir / "aFilter.ABF").string() + "\n" +
+                              (dir / "bFilter.ABF").string() + "\n");
+}
+
+}  // namespace
+}  // namespace convora::test
