@@ -39,6 +39,26 @@ def cdr():
     return bytes(head) + struct.pack("<512h", *range(-256, 256))
 
 
+def abf(channels, samples):
+    """An ABF 1.x file: header at byte 0, 16-bit samples from block 12."""
+    head = bytearray(6144)
+    head[0:4] = b"ABF "
+    struct.pack_into("<h", head, 8, 3)                      # nOperationMode: gap-free
+    struct.pack_into("<i", head, 10, samples)               # lActualAcqLength
+    struct.pack_into("<i", head, 40, 12)                    # lDataSectionPtr
+    struct.pack_into("<h", head, 120, channels)             # nADCNumChannels
+    struct.pack_into("<f", head, 122, 100.0)                # fADCSampleInterval
+    struct.pack_into("<f", head, 244, 10.0)                 # fADCRange
+    struct.pack_into("<i", head, 252, 32768)                # lADCResolution
+    struct.pack_into("<16h", head, 410, *range(16))         # nADCSamplingSeq
+    head[602:602 + 16 * 8] = b"pA      " * 16               # sADCUnits
+    struct.pack_into("<16f", head, 730, *[1.0] * 16)        # fADCProgrammableGain
+    struct.pack_into("<16f", head, 922, *[1.0] * 16)        # fInstrumentScaleFactor
+    struct.pack_into("<16f", head, 1050, *[1.0] * 16)       # fSignalGain
+    struct.pack_into("<16f", head, 1178, *[5000.0] * 16)    # fSignalLowpassFilter
+    return bytes(head) + struct.pack(f"<{samples}h", *[(i * 37) % 2001 - 1000 for i in range(samples)])
+
+
 def raw():
     return bytes([0, 2, 100, 2]) + struct.pack("<6f", 0.0, 1.5, -2.0, 3.25, 0.0, -0.5)
 
@@ -49,6 +69,7 @@ SEEDS = {
     "fuzz_igor_text": {"wave.itx": igor_text()},
     "fuzz_cdr": {"rec.cdr": cdr()},
     "fuzz_binary": {"raw.dat": raw()},
+    "fuzz_abf_tools": {"one.abf": abf(1, 300), "two.abf": abf(2, 301)},
     "fuzz_known_file": {"v1.axg": axograph(), "pc.ibw": igor_binary(False),
                         "wave.itx": igor_text(), "rec.cdr": cdr()},
 }

@@ -1,0 +1,36 @@
+// Every ABF editing tool on the bytes as an ABF file, each question answered
+// with its default (OK to the merge warning): filter, merge of the file with
+// itself, down-scale over itself, then the two header edits.
+#include "FuzzHarness.h"
+#include "tools/AbfTools.h"
+
+namespace {
+
+void Refusable(convora::Workbench& bench, void (*tool)(convora::Workbench&)) {
+  try {
+    tool(bench);
+  } catch (const convora::ConvoraError&) {
+  }
+}
+
+void MergeWithItself(convora::Workbench& bench) {
+  std::vector<std::filesystem::path> mergeList;
+  for (int k = 0; k < 2; ++k) convora::AddToMergeList(bench, mergeList, bench.SelectedFilePath);
+  convora::MergeAbfFiles(bench, mergeList, bench.SelectedFilePath.parent_path());
+}
+
+void Filter(convora::Workbench& bench) { convora::FilterAbfFile(bench); }
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  convora::fuzz::RunOnBytes(data, size, "edit.abf", [](convora::Workbench& bench) {
+    static_cast<convora::ScriptedPrompter&>(bench.Prompt()).AnswerOkCancel("proceed", true);
+    Refusable(bench, Filter);
+    Refusable(bench, MergeWithItself);
+    Refusable(bench, convora::DownscaleAbfFile);
+    Refusable(bench, convora::ChangeUnitAndScaleFactor);
+    Refusable(bench, convora::ChangeSampleInterval);
+  });
+  return 0;
+}
