@@ -30,6 +30,9 @@ class GaussianKernel {
 
  private:
   GaussianKernel() = default;
+  // One output by the plain loop, with the kernel cut off at the recording's ends.
+  bool ApplyNearEnds(std::span<const std::int16_t> window, std::int64_t windowStart,
+                     std::int64_t count, std::int64_t i, std::int16_t& out) const;
 
   // a_[1] is the centre weight, a_[1 + d] the weight at distance d; a_[0] is
   // never used.
