@@ -9,7 +9,10 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <string>
 #include <system_error>
+
+#include <unistd.h>
 
 #include "abf/ConvoraError.h"
 #include "abf/TemplateFile.h"
@@ -18,9 +21,14 @@
 
 namespace convora::fuzz {
 
+// In shared memory where the system has it: the readers open files by path,
+// and this keeps those files off the disk.
 inline const std::filesystem::path& ScratchFolder() {
   static const std::filesystem::path folder = [] {
-    auto path = std::filesystem::temp_directory_path() / "convora-fuzz";
+    std::error_code ec;
+    const bool shm = std::filesystem::is_directory("/dev/shm", ec);
+    auto path = (shm ? std::filesystem::path("/dev/shm") : std::filesystem::temp_directory_path()) /
+                ("convora-fuzz-" + std::to_string(::getpid()));
     std::filesystem::create_directories(path);
     return path;
   }();
