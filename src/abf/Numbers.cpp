@@ -51,17 +51,6 @@ double ToDouble(const std::string& number) {
   return value;
 }
 
-template <typename Int>
-std::optional<Int> RoundTo(double value) {
-  if (!std::isfinite(value)) return std::nullopt;
-  const double rounded = std::nearbyint(value);  // default mode: halves to even
-  if (rounded < static_cast<double>(std::numeric_limits<Int>::min()) ||
-      rounded > static_cast<double>(std::numeric_limits<Int>::max())) {
-    return std::nullopt;
-  }
-  return static_cast<Int>(rounded);
-}
-
 }  // namespace
 
 double LeadingNumber(std::string_view text) {
@@ -81,9 +70,6 @@ std::optional<double> ParseWholeNumber(std::string_view text) {
   if (ScanNumber(core, normalised) != core.size()) return std::nullopt;
   return ToDouble(normalised);
 }
-
-std::optional<std::int16_t> RoundToInt16(double value) { return RoundTo<std::int16_t>(value); }
-std::optional<std::int32_t> RoundToInt32(double value) { return RoundTo<std::int32_t>(value); }
 
 std::optional<float> NarrowToSingle(double value) {
   // Halfway between the largest float and 2^128: from here on, rounding to

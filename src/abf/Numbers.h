@@ -4,6 +4,7 @@
 // wrapping, a value that does not fit.
 
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -20,8 +21,22 @@ double LeadingNumber(std::string_view text);
 std::optional<double> ParseWholeNumber(std::string_view text);
 
 // Nearest integer, halves to even; nothing when out of range or not a number.
-std::optional<std::int16_t> RoundToInt16(double value);
-std::optional<std::int32_t> RoundToInt32(double value);
+// Inline and free of library calls: converters call it once per sample.
+template <typename Int>
+std::optional<Int> RoundTo(double value) {
+  constexpr double kLowest = static_cast<double>(std::numeric_limits<Int>::min()) - 0.5;
+  constexpr double kBeyond = static_cast<double>(std::numeric_limits<Int>::max()) + 0.5;
+  // A half below the lowest value rounds up to it (to even); a half above the
+  // highest rounds out of range. NaN fails both tests.
+  if (!(value >= kLowest && value < kBeyond)) return std::nullopt;
+  // Adding and removing 1.5 x 2^52 leaves no fraction bits, so the sum itself
+  // rounds to the nearest integer, halves to even, exactly as nearbyint does.
+  constexpr double kShift = 0x1.8p52;
+  const double rounded = (value + kShift) - kShift;
+  return static_cast<Int>(rounded);
+}
+inline std::optional<std::int16_t> RoundToInt16(double value) { return RoundTo<std::int16_t>(value); }
+inline std::optional<std::int32_t> RoundToInt32(double value) { return RoundTo<std::int32_t>(value); }
 
 // A double stored into a 32-bit float field: nothing when a finite value lies
 // beyond the float range.

@@ -19,10 +19,12 @@ namespace {
 std::filesystem::path TemporaryNameFor(const std::filesystem::path& target) {
   static const unsigned run = std::random_device{}();
   static std::atomic<unsigned> counter{0};
-  const std::string prefix = "." + target.filename().string() + ".convora-" + std::to_string(run);
+  std::string prefix = target.filename().string();
+  prefix.insert(0, ".");
+  prefix.append(".convora-").append(std::to_string(run));
   for (;;) {
     std::filesystem::path candidate =
-        target.parent_path() / (prefix + "-" + std::to_string(counter++));
+        target.parent_path() / std::string(prefix).append("-").append(std::to_string(counter++));
     std::error_code ec;
     if (!std::filesystem::exists(candidate, ec)) return candidate;
   }

@@ -18,10 +18,6 @@ CountScaler::CountScaler(const AbfHeader& header, std::size_t channel)
       scaleFactor_(header.Get(abf::fInstrumentScaleFactor, channel)),
       range_(header.Get(abf::fADCRange)) {}
 
-std::optional<std::int16_t> CountScaler::operator()(double value) const {
-  return RoundToInt16(value * resolution_ * scaleFactor_ / range_ - 1.0);
-}
-
 void RequireCountsFit(const CountScaler& toCount, const Extremes& extremes) {
   for (const double value : {extremes.Minimum(), extremes.Maximum()}) {
     if (!toCount(value)) {

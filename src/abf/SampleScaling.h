@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "abf/AbfHeader.h"
+#include "abf/Numbers.h"
 
 namespace convora {
 
@@ -62,7 +63,9 @@ std::optional<float> HalfScaleFactor(double range);
 class CountScaler {
  public:
   CountScaler(const AbfHeader& header, std::size_t channel);
-  std::optional<std::int16_t> operator()(double value) const;
+  std::optional<std::int16_t> operator()(double value) const {
+    return RoundToInt16(value * resolution_ * scaleFactor_ / range_ - 1.0);
+  }
 
  private:
   double resolution_;
