@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and runs the main job: a recording that
 # this script makes itself (2 s of 16-bit samples at 10 kHz) is converted to
-# ABF on the command line and its header summarised.
+# ABF on the command line and its header summarised. With a display, the
+# window then opens on the example folder.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/setup.sh
@@ -23,3 +24,8 @@ PY
 echo "Converting example/recording.dat:"
 build/bin/convora binary --interval 100 --unit pA --scale 0.001 example/recording.dat
 build/bin/convora info example/recording.ABF
+
+if [ -n "${DISPLAY:-}" ] && [ -x build/bin/convora-gui ]; then
+  echo "Opening the window on example/ (close it to end the demo)."
+  (cd example && ../build/bin/convora-gui)
+fi

@@ -8,6 +8,8 @@ packages=(
   libgtest-dev libgmock-dev        # unit tests
   libbenchmark-dev                 # benchmarks
   python3 python3-neo              # independent ABF reader for the read-back tests
+  qt6-base-dev                     # the window (Qt 6 Widgets, QTest)
+  xvfb xauth                       # a display for the window's screenshot without a screen
 )
 
 missing=()

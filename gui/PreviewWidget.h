@@ -1,0 +1,43 @@
+#pragma once
+// Draws an ABF file's channels against time: per pixel column the range the
+// samples span there, in physical units, one band per channel.
+
+#include <filesystem>
+
+#include <QString>
+#include <QTimer>
+#include <QWidget>
+
+#include "app/PreviewEnvelope.h"
+
+namespace convora::gui {
+
+class PreviewWidget : public QWidget {
+  Q_OBJECT
+
+ public:
+  explicit PreviewWidget(QWidget* parent = nullptr);
+
+  // Reads `file` for the current width; a file it cannot draw leaves a line
+  // saying why.
+  void ShowFile(const std::filesystem::path& file);
+
+  const PreviewEnvelope& Envelope() const { return envelope_; }
+  const QString& Message() const { return message_; }
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+  void resizeEvent(QResizeEvent* event) override;
+
+ private:
+  int PlotWidth() const;
+  void Recompute();
+
+  std::filesystem::path file_;
+  PreviewEnvelope envelope_;
+  QString message_;
+  int computedWidth_ = 0;
+  QTimer reread_;
+};
+
+}  // namespace convora::gui

@@ -1,0 +1,36 @@
+#pragma once
+// The window's way of asking: modal message, question and input boxes with
+// the exact titles and texts the core gives, and the busy pointer.
+
+#include <functional>
+
+#include <QPointer>
+#include <QString>
+#include <QWidget>
+
+#include "app/Prompter.h"
+
+namespace convora::gui {
+
+class QtPrompter : public Prompter {
+ public:
+  using NoticeSink = std::function<void(const QString&)>;
+
+  // Dialogs are centred on `parent` once it is set; notices go to `sink`.
+  void SetParent(QWidget* parent) { parent_ = parent; }
+  void SetNoticeSink(NoticeSink sink) { notice_ = std::move(sink); }
+
+  void ShowMessage(std::string_view title, std::string_view text) override;
+  bool AskYesNo(const Question& question) override;
+  bool AskOkCancel(const Question& question) override;
+  std::optional<std::string> AskInput(const InputRequest& request) override;
+  void Notice(std::string_view text) override;
+  void SetBusy(bool busy) override;
+
+ private:
+  QPointer<QWidget> parent_;
+  NoticeSink notice_;
+  bool busy_ = false;
+};
+
+}  // namespace convora::gui

@@ -1,0 +1,63 @@
+// convora-gui: the desktop window. Loads SamplABF.dat from beside the program
+// and shows the main window until it is closed.
+//
+//   convora-gui [--screenshot FILE.png [--preview ABF]]
+// draws the window (previewing ABF when given) into FILE.png and ends, for the
+// documentation.
+
+#include <exception>
+#include <optional>
+#include <string>
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QStatusBar>
+#include <QTimer>
+
+#include "MainWindow.h"
+#include "QtPrompter.h"
+#include "Text.h"
+#include "abf/ConvoraError.h"
+#include "abf/TemplateFile.h"
+
+int main(int argc, char* argv[]) {
+  QApplication app(argc, argv);
+  QCommandLineParser options;
+  const QCommandLineOption screenshot("screenshot", "Draw the window into FILE and end.", "FILE");
+  const QCommandLineOption preview("preview", "Preview ABF in the screenshot.", "ABF");
+  options.addOptions({screenshot, preview});
+  options.process(app);
+  convora::gui::QtPrompter prompter;
+
+  const std::filesystem::path templatePath =
+      convora::gui::ToPath(QCoreApplication::applicationDirPath()) /
+      std::string(convora::kTemplateFileName);
+  std::optional<convora::AbfHeader> templateHeader;
+  try {
+    templateHeader = convora::LoadTemplateHeader(templatePath);
+  } catch (const convora::ConvoraError& e) {
+    prompter.ShowMessage(
+        convora::kApplicationTitle,
+        convora::gui::ToUtf8(convora::gui::PathText(templatePath)) + ": " + e.what());
+    return 3;
+  }
+  if (!templateHeader) {
+    prompter.ShowMessage(convora::kTemplateMissingTitle, convora::kTemplateMissingMessage);
+    return 3;
+  }
+
+  convora::gui::MainWindow window(*templateHeader, prompter);
+  prompter.SetParent(&window);
+  prompter.SetNoticeSink(
+      [&window](const QString& text) { window.statusBar()->showMessage(text, 10000); });
+  window.show();
+  if (options.isSet(screenshot)) {
+    if (options.isSet(preview)) {
+      window.Preview()->ShowFile(convora::gui::ToPath(options.value(preview)));
+    }
+    QTimer::singleShot(500, &window, [&] {
+      QApplication::exit(window.grab().save(options.value(screenshot)) ? 0 : 1);
+    });
+  }
+  return QApplication::exec();
+}

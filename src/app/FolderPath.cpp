@@ -1,0 +1,30 @@
+#include "app/FolderPath.h"
+
+#include <string>
+
+namespace convora {
+namespace {
+
+bool EndsInSeparator(std::string_view folder) {
+  if (folder.empty()) return false;
+  const char last = folder.back();
+#ifdef _WIN32
+  return last == '\\' || last == '/';
+#else
+  return last == '/';
+#endif
+}
+
+}  // namespace
+
+std::filesystem::path JoinFolderAndName(std::string_view folder, std::string_view name) {
+  std::string joined(folder);
+  if (!folder.empty() && !EndsInSeparator(folder)) {
+    joined += static_cast<char>(std::filesystem::path::preferred_separator);
+  }
+  joined += name;
+  // Browser texts are UTF-8 on every platform.
+  return std::filesystem::path(std::u8string(joined.begin(), joined.end()));
+}
+
+}  // namespace convora

@@ -1,0 +1,191 @@
+// The binary settings window: its fields and their first values, the float
+// check box, and the two conversions it starts for the file it describes.
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QtTest>
+
+#include "GuiTestSupport.h"
+
+namespace convora::test {
+
+class BinarySetTest : public QObject {
+  Q_OBJECT
+
+ private:
+  std::unique_ptr<WindowFixture> f;
+
+  // Opens the settings window from the main window for `names`.
+  void OpenSettingsFor(const QStringList& names) {
+    f->Select(names);
+    f->Click("Command4");
+  }
+
+  QString Text(const char* name) {
+    if (auto* edit = f->window->BinarySet()->findChild<QLineEdit*>(name)) return edit->text();
+    return f->FindInSettings<QComboBox>(name)->currentText();
+  }
+
+  void Type(const char* name, const QString& text) {
+    auto* edit = f->FindInSettings<QLineEdit>(name);
+    edit->clear();
+    QTest::keyClicks(edit, text);
+  }
+
+  static QStringList Choices(QComboBox* box) {
+    QStringList items;
+    for (int i = 0; i < box->count(); ++i) items << box->itemText(i);
+    return items;
+  }
+
+  // A file of `bytes` bytes: 0, 1, 2, ... modulo 256.
+  void WriteCountingFile(const std::string& name, int bytes) {
+    Bytes data;
+    for (int i = 0; i < bytes; ++i) data.push_back(static_cast<std::uint8_t>(i));
+    WriteFile(f->dir / name, data);
+  }
+
+ private slots:
+  void init() { f = std::make_unique<WindowFixture>(); }
+  void cleanup() { f.reset(); }
+
+  void opensWithItsFirstValues() {
+    WriteCountingFile("raw.dat", 1000);
+    f->Open();
+    QVERIFY(!f->window->BinarySet()->isVisible());
+    OpenSettingsFor({"raw.dat"});
+    gui::BinarySetWindow* settings = f->window->BinarySet();
+    QVERIFY(settings->isVisible());
+    QVERIFY(!settings->isModal());
+    QCOMPARE(settings->windowTitle(), QString("Binary File Conversion Setup"));
+    QCOMPARE(f->FindInSettings<QLabel>("Label2")->text(), QString("raw.dat"));
+    QCOMPARE(f->FindInSettings<QLabel>("Label4")->text(), QString("1000"));
+    QCOMPARE(Text("ByteLoc"), QString("0"));
+    QCOMPARE(Text("SampleInt"), QString("200"));
+    QCOMPARE(Text("ADCRange"), QString("10"));
+    QCOMPARE(Choices(f->FindInSettings<QComboBox>("ADCRange")),
+             (QStringList{"1", "5", "10", "20"}));
+    QCOMPARE(Text("ADCREsolution"), QString("32768"));
+    QCOMPARE(Choices(f->FindInSettings<QComboBox>("ADCREsolution")),
+             (QStringList{"2048", "32768"}));
+    QCOMPARE(Text("Unit"), QString("pA"));
+    QCOMPARE(Text("ScaleFactor"), QString("0.001"));
+    QCOMPARE(Text("Combo1"), QString("1"));
+    QCOMPARE(Choices(f->FindInSettings<QComboBox>("Combo1")), (QStringList{"1", "2", "3", "4"}));
+    QCOMPARE(f->FindInSettings<QCheckBox>("Check1")->text(),
+             QString("Needs byte swapping for Mac files and Labview files."));
+    QVERIFY(!f->FindInSettings<QCheckBox>("Check1")->isChecked());
+    QCOMPARE(f->FindInSettings<QCheckBox>("Check2")->text(),
+             QString("Floating-point (32 bit) data array"));
+    QVERIFY(!f->FindInSettings<QCheckBox>("Check2")->isChecked());
+    QCOMPARE(f->FindInSettings<QPushButton>("Command1")->text(), QString("Convert to ABF"));
+    QCOMPARE(f->FindInSettings<QPushButton>("Command3")->text(), QString("Convert to Wav"));
+    auto* reserved = f->FindInSettings<QPushButton>("Command2");
+    QCOMPARE(reserved->text(), QString("Reserved for Vanta"));
+    QVERIFY(!reserved->isEnabled());
+    QStringList captions;
+    for (const QLabel* label : settings->findChildren<QLabel*>()) captions << label->text();
+    for (const char* caption :
+         {"File Name:", "File Size (in bytes):", "Byte location of data block",
+          "Sampling Interval (in micro second)", "ADC Voltage Range (Volts)",
+          "ADC Resolution (12 bit=2048)", "Unit (pA or mV)", "Scaling Factor (Volts/Unit)",
+          "Number of ADC channels"}) {
+      QVERIFY2(captions.contains(caption), caption);
+    }
+  }
+
+  void floatDataGreysOutTheIntegerOnlyFields() {
+    WriteCountingFile("raw.dat", 8);
+    f->Open();
+    OpenSettingsFor({"raw.dat"});
+    const QStringList greyed{"Combo1", "ADCRange", "ADCREsolution", "ScaleFactor"};
+    const QStringList kept{"Unit", "ByteLoc", "SampleInt", "Check1"};
+    auto* check2 = f->FindInSettings<QCheckBox>("Check2");
+    for (const bool checked : {true, false}) {
+      QTest::mouseClick(check2, Qt::LeftButton, {}, QPoint(4, check2->height() / 2));
+      QCOMPARE(check2->isChecked(), checked);
+      for (const QString& name : greyed) {
+        const auto n = name.toLatin1();
+        QCOMPARE(f->FindInSettings(n.constData())->isEnabled(), !checked);
+        QCOMPARE(f->FindInSettings((n + "Label").constData())->isEnabled(), !checked);
+      }
+      for (const QString& name : kept) {
+        QVERIFY(f->FindInSettings(name.toLatin1().constData())->isEnabled());
+      }
+    }
+  }
+
+  void convertsTheDescribedFileAndKeepsItsFields() {
+    WriteCountingFile("raw.dat", 1000);
+    WriteCountingFile("next.dat", 6);
+    f->Open();
+    OpenSettingsFor({"raw.dat"});
+    Type("SampleInt", "50");
+    Type("ByteLoc", "2");
+    f->FindInSettings<QPushButton>("Command1")->click();
+
+    QCOMPARE(f->Items("List1"), QStringList{f->PathText("raw.ABF")});
+    QVERIFY(!f->window->BinarySet()->isVisible());
+    const Bytes written = ReadFile(f->dir / "raw.ABF");
+    const AbfHeader h = HeaderOf(written);
+    QCOMPARE(h.Get(abf::lActualAcqLength), 499);  // (1000 - 2) / 2
+    QCOMPARE(h.Get(abf::fADCSampleInterval), 50.0f);
+    // From byte 2 on: bytes 2, 3 form the first sample, 0x0302.
+    const auto samples = SamplesOf(written, 2);
+    QCOMPARE(samples, (std::vector<std::int16_t>{0x0302, 0x0504}));
+
+    // Reopened for another file, the window shows what was typed before.
+    OpenSettingsFor({"next.dat"});
+    QCOMPARE(f->FindInSettings<QLabel>("Label2")->text(), QString("next.dat"));
+    QCOMPARE(f->FindInSettings<QLabel>("Label4")->text(), QString("6"));
+    QCOMPARE(Text("SampleInt"), QString("50"));
+    QCOMPARE(Text("ByteLoc"), QString("2"));
+  }
+
+  void severalSelectedFilesLeaveTheLastDescribed() {
+    WriteCountingFile("a.dat", 4);
+    WriteCountingFile("b.dat", 6);
+    f->Open();
+    OpenSettingsFor({"b.dat", "a.dat"});
+    QCOMPARE(f->FindInSettings<QLabel>("Label2")->text(), QString("b.dat"));
+    f->FindInSettings<QPushButton>("Command1")->click();
+    QCOMPARE(f->Items("List1"), QStringList{f->PathText("b.ABF")});
+  }
+
+  void exportsTheBlockAsWav() {
+    WriteCountingFile("tone.dat", 1044);
+    f->Open();
+    OpenSettingsFor({"tone.dat"});
+    Type("ByteLoc", "44");
+    f->FindInSettings<QPushButton>("Command3")->click();
+    QCOMPARE(f->Items("List1"), QStringList{f->PathText("tone.wav")});
+    QVERIFY(!f->window->BinarySet()->isVisible());
+    const Bytes wav = ReadFile(f->dir / "tone.wav");
+    QCOMPARE(wav.size(), std::size_t{44 + 1000});
+    const auto int32At = [&](std::size_t at) { return LoadLittleEndian<std::int32_t>(&wav[at]); };
+    QCOMPARE(int32At(4), 1036);   // 1044 - 44 + 36
+    QCOMPARE(int32At(24), 5000);  // 1 / 200 us
+    QCOMPARE(int32At(40), 1000);
+    QCOMPARE(wav[44], std::uint8_t{44});  // the block's first byte, copied as it is
+  }
+
+  void aConversionThatFailsIsReportedAndTheWindowStays() {
+    WriteCountingFile("raw.dat", 10);
+    f->Open();
+    OpenSettingsFor({"raw.dat"});
+    Type("ByteLoc", "11");
+    f->FindInSettings<QPushButton>("Command1")->click();
+    QVERIFY(f->Items("List1").isEmpty());
+    QVERIFY(!std::filesystem::exists(f->dir / "raw.ABF"));
+    QCOMPARE(ToList(f->Transcript()).filter("Convora: " + f->PathText("raw.dat") + ": ").size(), 1);
+    QVERIFY(f->window->BinarySet()->isVisible());
+  }
+};
+
+}  // namespace convora::test
+
+QTEST_MAIN(convora::test::BinarySetTest)
+#include "BinarySetTest.moc"

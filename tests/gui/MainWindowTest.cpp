@@ -1,0 +1,259 @@
+// The main window: its controls, the known-formats list, and the buttons run
+// over the file list's selection with scripted answers.
+
+#include <QLabel>
+#include <QListWidget>
+#include <QPushButton>
+#include <QtTest>
+
+#include "GuiTestSupport.h"
+#include "app/Version.h"
+
+namespace convora::test {
+
+class MainWindowTest : public QObject {
+  Q_OBJECT
+
+ private:
+  std::unique_ptr<WindowFixture> f;
+
+  void ClickItem(const char* list, int row) {
+    auto* widget = f->Find<QListWidget>(list);
+    QTest::mouseClick(widget->viewport(), Qt::LeftButton, {},
+                      widget->visualItemRect(widget->item(row)).center());
+  }
+
+  void ClickFile(const QString& name) {
+    ClickItem("FListBoxFETCH", f->Items("FListBoxFETCH").indexOf(name));
+  }
+
+  AbfHeader HeaderOfFile(const std::string& name) { return HeaderOf(ReadFile(f->dir / name)); }
+
+ private slots:
+  void init() { f = std::make_unique<WindowFixture>(); }
+  void cleanup() { f.reset(); }
+
+  void controlsCarryTheirNamesAndTexts_data() {
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("text");
+    const auto row = [](const char* name, const char* text) {
+      QTest::newRow(name) << name << text;
+    };
+    row("Command1", "Convert Known File to ABF");
+    row("Command2", "Merge Files");
+    row("Command3", "Convert PTI ASCII to ABF");
+    row("Command4", "Convert Unknown Binary to ABF");
+    row("Command5", "Convert Any ASCII to ABF");
+    row("Command6", "Convert AIW ASCII to ABF");
+    row("Command7", "Convert Dataq ASCII to ABF");
+    row("Command8", "Change Unit of ABF File");
+    row("Command9", "Gaussian Filter");
+    row("Command10", "Down-scale ABF File");
+    row("Command11", "Change Sample Interval");
+    row("Command12", "Refresh Directory");
+    row("Label1", "Highlight a file or multiple files, then press a Convert button.");
+    row("Label2", "Successful Conversion");
+    row("Label3",
+        "This program converts the following \"known\" data file formats. (Click on a file format "
+        "to see instructions.");
+    row("Label4", "Drag and drop files from the left list in the order and  press Merge button.");
+  }
+
+  void controlsCarryTheirNamesAndTexts() {
+    QFETCH(QString, name);
+    QFETCH(QString, text);
+    f->Open();
+    QWidget* control = f->Find(name.toLatin1().constData());
+    if (auto* button = qobject_cast<QPushButton*>(control)) {
+      QCOMPARE(button->text(), text);
+    } else {
+      QCOMPARE(qobject_cast<QLabel*>(control)->text(), text);
+    }
+  }
+
+  void browserTipsCaptionAndFormats() {
+    f->Open();
+    QCOMPARE(f->Find("DrListBoxFETCH")->toolTip(), QString("Change Drive"));
+    QCOMPARE(f->Find("DirListBoxFETCH")->toolTip(), QString("Change folder"));
+    QCOMPARE(f->Find("FListBoxFETCH")->toolTip(),
+             QString("Click on a data file or event file to open and display"));
+    QCOMPARE(
+        f->window->windowTitle(),
+        QString("Convora v%1.%2.%3").arg(kVersionMajor).arg(kVersionMinor).arg(kVersionRevision));
+    const QStringList formats = f->Items("List3");
+    QCOMPARE(formats.size(), 30);
+    QCOMPARE(formats.first(), QString("Pulse IGB (Mac) ITX (PC) file"));
+    QCOMPARE(formats.at(22), QString("General 16 bit Integer Binary File"));
+    QCOMPARE(formats.last(), QString("Contact Quenvale to add your own data format."));
+    QVERIFY(f->Items("List1").isEmpty());
+    QVERIFY(f->Items("List2").isEmpty());
+  }
+
+  void onlyTheFirstFormatHasAnInstruction() {
+    f->Open();
+    ClickItem("List3", 3);
+    ClickItem("List3", 1);
+    QVERIFY(f->Transcript().empty());
+    ClickItem("List3", 0);
+    QCOMPARE(ToList(f->Transcript()),
+             QStringList{"Instruction: From Pulse Tools, open your data file and run {Export Igor "
+                         "Binary Wave as Full Sweep} function.  This generates a macro file with "
+                         "file extension of ITX for PC or IGB for Mac.  In Convora, highlight this "
+                         "ITX or IGB file and press {Convert Known Binary as ABF} button."});
+  }
+
+  void knownFileConversionGoesThroughTheSelectionInListOrder() {
+    WriteFile(f->dir / "b.dat", Bytes{'h', 'e', 'l', 'l', 'o', ' ', 'w', 'o', 'r', 'l', 'd', '!'});
+    WriteFile(f->dir / "a.abf", AbfBytes({1, 2, 3}));
+    f->Open();
+    f->Select({"b.dat", "a.abf"});
+    f->Click("Command1");
+    QCOMPARE(ToList(f->Transcript()),
+             (QStringList{"ABF File: This is an Axon Binary File.  You don't need to convert.",
+                          "Unknown Data File: This file (b.dat) has unrecognizable data file "
+                          "format.  Would you like to proceed with unknown binary file "
+                          "conversion?"}));
+    QVERIFY(!f->window->BinarySet()->isVisible());
+
+    // Yes hands the file to the settings window, which then describes it.
+    f->prompter.AnswerYesNo("unknown", true);
+    f->Select({"b.dat"});
+    f->Click("Command1");
+    QVERIFY(f->window->BinarySet()->isVisible());
+    QCOMPARE(f->FindInSettings<QLabel>("Label2")->text(), QString("b.dat"));
+    QVERIFY(!f->prompter.Busy());
+  }
+
+  void toolsRunPerFileAndListWhatTheyWrite() {
+    WriteFile(f->dir / "a.abf", AbfBytes({1, 2}));
+    WriteFile(f->dir / "b.txt", Bytes{'x'});
+    WriteFile(f->dir / "c.abf", AbfBytes({3, 4}));
+    f->Open();
+    f->prompter.AnswerInput("interval", "25");
+    f->prompter.AnswerInput("interval", "40");
+    f->Select({"a.abf", "b.txt", "c.abf"});
+    f->Click("Command11");
+    QCOMPARE(f->Items("List1"), (QStringList{f->PathText("a.abf"), f->PathText("c.abf")}));
+    QCOMPARE(HeaderOfFile("a.abf").Get(abf::fADCSampleInterval), 25.0f);
+    QCOMPARE(HeaderOfFile("c.abf").Get(abf::fADCSampleInterval), 40.0f);
+    QVERIFY(ToList(f->Transcript())
+                .contains("Not ABF File: This is not an Axon Binary File.  You need ABF file."));
+    QVERIFY(!f->prompter.Busy());
+  }
+
+  void aFailingFileIsReportedAndTheOthersGoOn() {
+    WriteFile(f->dir / "a.abf", AbfBytes({1, 2, 3, 4}, 2));
+    WriteFile(f->dir / "b.abf", AbfBytes({1, 2, 3, 4}, 2));
+    f->Open();
+    f->prompter.AnswerInput("channel", "17");  // there are 16 at most
+    f->prompter.AnswerInput("channel", "2");
+    f->prompter.AnswerInput("unit", "mV");
+    f->prompter.AnswerInput("scale", "2");
+    f->Select({"a.abf", "b.abf"});
+    f->Click("Command8");
+    QCOMPARE(f->Items("List1"), QStringList{f->PathText("b.abf")});
+    const QString reported = "Convora: " + f->PathText("a.abf") + ": ";
+    QCOMPARE(ToList(f->Transcript()).filter(reported).size(), 1);
+    QCOMPARE(HeaderOfFile("a.abf").Get(abf::sADCUnits, 1), std::string("pA      "));
+    QCOMPARE(HeaderOfFile("b.abf").Get(abf::sADCUnits, 1), std::string("mV      "));
+    QCOMPARE(HeaderOfFile("b.abf").Get(abf::fInstrumentScaleFactor, 1), 2.0f);
+  }
+
+  void theFilterEndsTheRunOnAFrequencyItCannotUse() {
+    WriteFile(f->dir / "a.abf", AbfBytes({1, 2, 3}));
+    WriteFile(f->dir / "b.abf", AbfBytes({1, 2, 3}));
+    f->Open();
+    f->prompter.AnswerInput("new", "0");
+    f->Select({"a.abf", "b.abf"});
+    f->Click("Command9");
+    QCOMPARE(ToList(f->Transcript()).filter("New Filter Frequency").size(), 1);
+    QVERIFY(f->Items("List1").isEmpty());
+  }
+
+  void newFilesAppearOnRefresh() {
+    f->Open();
+    WriteFile(f->dir / "late.abf", AbfBytes({1}));
+    QVERIFY(f->Items("FListBoxFETCH").isEmpty());
+    f->Click("Command12");
+    QCOMPARE(f->Items("FListBoxFETCH"), QStringList{"late.abf"});
+  }
+
+  void asciiButtonsSayTheyAreNotAvailable_data() {
+    QTest::addColumn<QString>("button");
+    QTest::addColumn<QString>("caption");
+    QTest::newRow("PTI") << "Command3"
+                         << "Convert PTI ASCII to ABF";
+    QTest::newRow("Any") << "Command5"
+                         << "Convert Any ASCII to ABF";
+    QTest::newRow("AIW") << "Command6"
+                         << "Convert AIW ASCII to ABF";
+    QTest::newRow("Dataq") << "Command7"
+                           << "Convert Dataq ASCII to ABF";
+  }
+
+  void asciiButtonsSayTheyAreNotAvailable() {
+    QFETCH(QString, button);
+    QFETCH(QString, caption);
+    f->Open();
+    f->Click(button.toLatin1().constData());
+    QCOMPARE(ToList(f->Transcript()), QStringList{"notice: " + caption + " is not available yet."});
+  }
+
+  void clickingAFileOrAWrittenLinePreviewsIt() {
+    WriteFile(f->dir / "a.abf", AbfBytes({-7, 12, 5, 0}));
+    WriteFile(f->dir / "b.abf", AbfBytes({100, 300}));
+    WriteFile(f->dir / "n.txt", Bytes{'x'});
+    f->Open();
+    ClickFile("a.abf");
+    const PreviewEnvelope& shown = f->window->Preview()->Envelope();
+    QCOMPARE(shown.channels.size(), std::size_t{1});
+    QCOMPARE(QString::fromStdString(shown.channels[0].unit), QString("pA"));
+    const auto& low = shown.channels[0].minimum;
+    const auto& high = shown.channels[0].maximum;
+    QCOMPARE(*std::min_element(low.begin(), low.end()), -7.0);
+    QCOMPARE(*std::max_element(high.begin(), high.end()), 12.0);
+
+    ClickFile("n.txt");
+    QVERIFY(f->window->Preview()->Envelope().channels.empty());
+    QVERIFY(f->window->Preview()->Message().contains("not an ABF file"));
+
+    f->Select({"b.abf"});
+    f->Click("Command11");  // the default interval: b.abf is rewritten as it was and listed
+    ClickItem("List1", 0);
+    const auto& again = f->window->Preview()->Envelope().channels.at(0).maximum;
+    QCOMPARE(*std::max_element(again.begin(), again.end()), 300.0);
+  }
+
+  void highlightingAFolderAndLeavingTheListOpensIt() {
+    std::filesystem::create_directory(f->dir / "sub");
+    WriteFile(f->dir / "sub" / "inner.dat", Bytes{1, 2});
+    WriteFile(f->dir / "outer.dat", Bytes{1, 2});
+    f->Open();
+    auto* folders = f->Find<QListWidget>("DirListBoxFETCH");
+    const auto found = folders->findItems("sub", Qt::MatchEndsWith);
+    QCOMPARE(found.size(), 1);
+    folders->setCurrentItem(found.front());
+    QCOMPARE(f->Items("FListBoxFETCH"), QStringList{"outer.dat"});  // highlighted, not open
+    QFocusEvent leave(QEvent::FocusOut);
+    QApplication::sendEvent(folders, &leave);
+    QCOMPARE(f->Items("FListBoxFETCH"), QStringList{"inner.dat"});
+    QCOMPARE(f->window->Browser()->Folder(), f->PathText("sub"));
+
+    // The selection of the folder now shown is what the buttons work on.
+    f->Select({"inner.dat"});
+    QCOMPARE(f->window->Browser()->SelectedPaths(),
+             std::vector<std::filesystem::path>{f->dir / "sub" / "inner.dat"});
+
+    // A double click opens a folder at once: here the parent, one row up.
+    const int parentRow = folders->row(folders->findItems("sub", Qt::MatchEndsWith).front()) - 1;
+    const QPoint parent = folders->visualItemRect(folders->item(parentRow)).center();
+    QTest::mouseClick(folders->viewport(), Qt::LeftButton, {}, parent);
+    QTest::mouseDClick(folders->viewport(), Qt::LeftButton, {}, parent);
+    QTRY_COMPARE(f->Items("FListBoxFETCH"), QStringList{"outer.dat"});
+  }
+};
+
+}  // namespace convora::test
+
+QTEST_MAIN(convora::test::MainWindowTest)
+#include "MainWindowTest.moc"

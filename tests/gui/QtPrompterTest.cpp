@@ -1,0 +1,106 @@
+// The window's dialogs: titles, texts, defaults and answers as the core gave
+// and expects them, and the busy pointer.
+
+#include <functional>
+
+#include <QAbstractButton>
+#include <QInputDialog>
+#include <QMessageBox>
+#include <QTimer>
+#include <QtTest>
+
+#include "QtPrompter.h"
+
+namespace convora::test {
+
+class QtPrompterTest : public QObject {
+  Q_OBJECT
+
+ private:
+  gui::QtPrompter prompter;
+  QString title;
+  QString text;
+
+  // Acts on the dialog that the next call opens, once it is shown.
+  template <typename Dialog>
+  void WhenShown(std::function<void(Dialog*)> act) {
+    QTimer::singleShot(0, this, [this, act] {
+      auto* dialog = qobject_cast<Dialog*>(QApplication::activeModalWidget());
+      if (dialog == nullptr) {
+        QApplication::activeModalWidget()->close();
+        return;
+      }
+      title = dialog->windowTitle();
+      act(dialog);
+    });
+  }
+
+  void Press(QMessageBox::StandardButton which) {
+    WhenShown<QMessageBox>([this, which](QMessageBox* box) {
+      text = box->text();
+      box->button(which)->click();
+    });
+  }
+
+ private slots:
+  void messagesKeepTheirTextsExactly() {
+    Press(QMessageBox::Ok);
+    prompter.ShowMessage("Not ABF File", "This is not an Axon Binary File.  You need ABF file.");
+    QCOMPARE(title, QString("Not ABF File"));
+    QCOMPARE(text, QString("This is not an Axon Binary File.  You need ABF file."));
+  }
+
+  void questionsAnswerWithTheButtonPressed() {
+    Press(QMessageBox::Yes);
+    QVERIFY(prompter.AskYesNo({"unknown", "Unknown Data File", "Proceed?"}));
+    QCOMPARE(title, QString("Unknown Data File"));
+    Press(QMessageBox::No);
+    QVERIFY(!prompter.AskYesNo({"unknown", "Unknown Data File", "Proceed?"}));
+    Press(QMessageBox::Ok);
+    QVERIFY(prompter.AskOkCancel({"proceed", "Warning!", "Go on?"}));
+    Press(QMessageBox::Cancel);
+    QVERIFY(!prompter.AskOkCancel({"proceed", "Warning!", "Go on?"}));
+  }
+
+  void inputBoxesOfferTheDefaultAndReturnTheAnswer() {
+    QString shownDefault;
+    WhenShown<QInputDialog>([&](QInputDialog* dialog) {
+      text = dialog->labelText();
+      shownDefault = dialog->textValue();
+      dialog->setTextValue("joined");
+      dialog->accept();
+    });
+    const auto answer = prompter.AskInput({"name", "Enter a name.", "Enter File Name", "ABFMerge"});
+    QCOMPARE(title, QString("Enter File Name"));
+    QCOMPARE(text, QString("Enter a name."));
+    QCOMPARE(shownDefault, QString("ABFMerge"));
+    QCOMPARE(answer, std::optional<std::string>("joined"));
+
+    WhenShown<QInputDialog>([](QInputDialog* dialog) { dialog->reject(); });
+    QCOMPARE(prompter.AskInput({"name", "Enter a name.", "Enter File Name", "ABFMerge"}),
+             std::optional<std::string>());
+  }
+
+  void theBusyPointerIsSetOnceAndClearedOnce() {
+    prompter.SetBusy(true);
+    prompter.SetBusy(true);
+    QVERIFY(QApplication::overrideCursor() != nullptr);
+    QCOMPARE(QApplication::overrideCursor()->shape(), Qt::WaitCursor);
+    // A question asked meanwhile shows the arrow.
+    Qt::CursorShape whileAsking = Qt::WaitCursor;
+    WhenShown<QMessageBox>([&](QMessageBox* box) {
+      whileAsking = QApplication::overrideCursor()->shape();
+      box->button(QMessageBox::Ok)->click();
+    });
+    prompter.ShowMessage("Convora", "x");
+    QCOMPARE(whileAsking, Qt::ArrowCursor);
+    QCOMPARE(QApplication::overrideCursor()->shape(), Qt::WaitCursor);
+    prompter.SetBusy(false);
+    QCOMPARE(QApplication::overrideCursor(), nullptr);
+  }
+};
+
+}  // namespace convora::test
+
+QTEST_MAIN(convora::test::QtPrompterTest)
+#include "QtPrompterTest.moc"

@@ -1,0 +1,201 @@
+#include "app/PreviewEnvelope.h"
+
+#include <functional>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "abf/ConvoraError.h"
+#include "abf/TemplateFile.h"
+#include "support/TestSupport.h"
+
+namespace convora {
+namespace {
+
+using test::ByteBuilder;
+using test::TempDir;
+
+// A calibration whose multiplier is 1 / fInstrumentScaleFactor: range and
+// resolution cancel, the other gains are 1 and the offsets 0.
+AbfHeader PlainHeader(std::int16_t channels) {
+  AbfHeader h = BuildDefaultTemplate();
+  h.Set(abf::lDataSectionPtr, 12);
+  h.Set(abf::nDataFormat, std::int16_t{0});
+  h.Set(abf::nADCNumChannels, channels);
+  h.Set(abf::fADCSampleInterval, 50.0f);
+  h.Set(abf::fADCRange, 10.0f);
+  h.Set(abf::lADCResolution, 10);
+  for (std::size_t s = 0; s < 16; ++s) {
+    h.Set(abf::nADCSamplingSeq, s, static_cast<std::int16_t>(s));
+    h.Set(abf::fADCProgrammableGain, s, 1.0f);
+    h.Set(abf::fInstrumentScaleFactor, s, 1.0f);
+    h.Set(abf::fSignalGain, s, 1.0f);
+    h.Set(abf::fSignalOffset, s, 0.0f);
+    h.Set(abf::fInstrumentOffset, s, 0.0f);
+  }
+  return h;
+}
+
+std::filesystem::path WriteAbf(const TempDir& dir, AbfHeader h,
+                               const std::vector<std::int16_t>& samples) {
+  h.Set(abf::lActualAcqLength, static_cast<std::int32_t>(samples.size()));
+  ByteBuilder file;
+  file.Raw(test::Bytes(h.Bytes().begin(), h.Bytes().end()));
+  for (const std::int16_t s : samples) file.Int16LE(s);
+  const auto path = dir / "rec.abf";
+  test::WriteFile(path, file.Get());
+  return path;
+}
+
+std::vector<std::int16_t> Ramp(int count) {
+  std::vector<std::int16_t> samples;
+  for (int i = 0; i < count; ++i) samples.push_back(static_cast<std::int16_t>(i));
+  return samples;
+}
+
+TEST(PreviewEnvelopeTest, ColumnsHoldTheirRangeInPhysicalUnits) {
+  TempDir dir;
+  AbfHeader h = PlainHeader(1);
+  h.Set(abf::fInstrumentScaleFactor, 0, 2.0f);
+  h.Set(abf::fSignalOffset, 0, 1.0f);
+  h.Set(abf::fInstrumentOffset, 0, 0.5f);
+  h.Set(abf::sADCUnits, 0, "mV");
+  const auto path = WriteAbf(dir, h, {0, 10, -5, 3, 7, 7, -20, 1});
+
+  const PreviewEnvelope e = ComputePreviewEnvelope(path, 2);
+  // value = count / 2 x 10 / 10 + 1 + 0.5
+  ASSERT_EQ(e.columns, 2u);
+  ASSERT_EQ(e.channels.size(), 1u);
+  EXPECT_EQ(e.channels[0].unit, "mV");
+  EXPECT_EQ(e.channels[0].minimum, (std::vector<double>{-1.0, -8.5}));  // -5, -20
+  EXPECT_EQ(e.channels[0].maximum, (std::vector<double>{6.5, 5.0}));    // 10, 7
+  EXPECT_EQ(e.scans, 8);
+  EXPECT_DOUBLE_EQ(e.secondsPerScan, 50e-6);
+  EXPECT_FALSE(e.sampled);
+}
+
+TEST(PreviewEnvelopeTest, ChannelsFollowTheSamplingSequence) {
+  TempDir dir;
+  AbfHeader h = PlainHeader(2);
+  h.Set(abf::nADCSamplingSeq, 0, std::int16_t{1});
+  h.Set(abf::nADCSamplingSeq, 1, std::int16_t{0});
+  h.Set(abf::sADCUnits, 1, "pA");
+  h.Set(abf::fInstrumentScaleFactor, 1, 0.5f);  // x 2
+  h.Set(abf::sADCUnits, 0, "mV");
+  h.Set(abf::fInstrumentScaleFactor, 0, -1.0f);  // x -1: the largest count is the smallest value
+  // Three scans and a partial fourth, which is not drawn.
+  const auto path = WriteAbf(dir, h, {1, 4, 3, -2, -6, 5, 100});
+
+  const PreviewEnvelope e = ComputePreviewEnvelope(path, 5);
+  EXPECT_EQ(e.scans, 3);
+  ASSERT_EQ(e.columns, 3u);
+  ASSERT_EQ(e.channels.size(), 2u);
+  EXPECT_EQ(e.channels[0].unit, "pA");
+  EXPECT_EQ(e.channels[0].minimum, (std::vector<double>{2, 6, -12}));
+  EXPECT_EQ(e.channels[1].unit, "mV");
+  EXPECT_EQ(e.channels[1].maximum, (std::vector<double>{-4, 2, -5}));
+  EXPECT_DOUBLE_EQ(e.secondsPerScan, 2 * 50e-6);  // one scan takes both channels' intervals
+}
+
+// 10000 scans of the value of their index, in 7 columns starting at
+// floor(c x 10000 / 7): 0, 1428, 2857, 4285, 5714, 7142, 8571. The read goes
+// in chunks of 4096 scans, so columns 2 and 5 straddle chunk ends.
+constexpr std::int64_t kStarts[] = {0, 1428, 2857, 4285, 5714, 7142, 8571, 10000};
+
+TEST(PreviewEnvelopeTest, EveryScanCountsOnceAcrossChunks) {
+  TempDir dir;
+  const auto path = WriteAbf(dir, PlainHeader(1), Ramp(10000));
+  const PreviewEnvelope e = ComputePreviewEnvelope(path, 7);
+  ASSERT_EQ(e.columns, 7u);
+  for (std::size_t c = 0; c < 7; ++c) {
+    EXPECT_EQ(e.channels[0].minimum[c], kStarts[c]) << "column " << c;
+    EXPECT_EQ(e.channels[0].maximum[c], kStarts[c + 1] - 1) << "column " << c;
+  }
+}
+
+TEST(PreviewEnvelopeTest, LongRecordingsAreReadInWindowsAtEachColumnStart) {
+  TempDir dir;
+  const auto path = WriteAbf(dir, PlainHeader(1), Ramp(10000));
+  // 140 bytes for 7 columns: a window of 10 two-byte scans each.
+  const PreviewEnvelope e = ComputePreviewEnvelope(path, 7, 140);
+  EXPECT_TRUE(e.sampled);
+  ASSERT_EQ(e.columns, 7u);
+  for (std::size_t c = 0; c < 7; ++c) {
+    EXPECT_EQ(e.channels[0].minimum[c], kStarts[c]) << "column " << c;
+    EXPECT_EQ(e.channels[0].maximum[c], kStarts[c] + 9) << "column " << c;
+  }
+}
+
+TEST(PreviewEnvelopeTest, NeverMoreColumnsThanScans) {
+  TempDir dir;
+  const auto path = WriteAbf(dir, PlainHeader(1), {5, -3, 8});
+  const PreviewEnvelope e = ComputePreviewEnvelope(path, 800);
+  ASSERT_EQ(e.columns, 3u);
+  EXPECT_EQ(e.channels[0].minimum, (std::vector<double>{5, -3, 8}));
+  EXPECT_EQ(e.channels[0].maximum, e.channels[0].minimum);
+
+  const auto empty = WriteAbf(dir, PlainHeader(1), {});
+  const PreviewEnvelope none = ComputePreviewEnvelope(empty, 800);
+  EXPECT_EQ(none.columns, 0u);
+  ASSERT_EQ(none.channels.size(), 1u);
+  EXPECT_TRUE(none.channels[0].minimum.empty());
+}
+
+TEST(PreviewEnvelopeTest, AnIntervalThatIsNoTimeLeavesTheAxisInScans) {
+  TempDir dir;
+  AbfHeader h = PlainHeader(1);
+  h.Set(abf::fADCSampleInterval, 0.0f);
+  EXPECT_EQ(ComputePreviewEnvelope(WriteAbf(dir, h, {1, 2}), 10).secondsPerScan, 0.0);
+}
+
+struct BadHeader {
+  const char* what;
+  std::function<void(AbfHeader&)> spoil;
+  int extraSamplesClaimed = 0;
+  bool refused = true;
+};
+
+class PreviewEnvelopeRefusalTest : public ::testing::TestWithParam<BadHeader> {};
+
+TEST_P(PreviewEnvelopeRefusalTest, ThrowsForAHeaderThatDoesNotFitTheFile) {
+  TempDir dir;
+  AbfHeader h = PlainHeader(2);
+  GetParam().spoil(h);
+  const auto path = WriteAbf(dir, h, {1, 2, 3, 4});
+  if (GetParam().extraSamplesClaimed != 0) {
+    // Rewrite the count the helper set, claiming more than the file holds.
+    test::Bytes bytes = test::ReadFile(path);
+    AbfHeader claimed(bytes);
+    claimed.Set(abf::lActualAcqLength, 4 + GetParam().extraSamplesClaimed);
+    std::copy(claimed.Bytes().begin(), claimed.Bytes().end(), bytes.begin());
+    test::WriteFile(path, bytes);
+  }
+  if (GetParam().refused) {
+    EXPECT_THROW(ComputePreviewEnvelope(path, 10), ConvoraError);
+  } else {
+    EXPECT_EQ(ComputePreviewEnvelope(path, 10).scans, 2);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , PreviewEnvelopeRefusalTest,
+    ::testing::Values(
+        BadHeader{"UnspoiledIsDrawn", [](AbfHeader&) {}, 0, false},
+        BadHeader{"NotAbf", [](AbfHeader& h) { h.Set(abf::lFileSignature, "ABFX"); }},
+        BadHeader{"FloatData", [](AbfHeader& h) { h.Set(abf::nDataFormat, std::int16_t{1}); }},
+        BadHeader{"NoChannel", [](AbfHeader& h) { h.Set(abf::nADCNumChannels, std::int16_t{0}); }},
+        BadHeader{"SeventeenChannels",
+                  [](AbfHeader& h) { h.Set(abf::nADCNumChannels, std::int16_t{17}); }},
+        BadHeader{"DataPastTheEnd", [](AbfHeader& h) { h.Set(abf::lDataSectionPtr, 13); }},
+        BadHeader{"MoreSamplesThanTheFileHolds", [](AbfHeader&) {}, 1},
+        BadHeader{"NegativeDataBlock", [](AbfHeader& h) { h.Set(abf::lDataSectionPtr, -1); }},
+        BadHeader{"UnknownPhysicalChannel",
+                  [](AbfHeader& h) { h.Set(abf::nADCSamplingSeq, 1, std::int16_t{16}); }},
+        BadHeader{"ZeroScaleFactor",
+                  [](AbfHeader& h) { h.Set(abf::fInstrumentScaleFactor, 1, 0.0f); }},
+        BadHeader{"ZeroResolution", [](AbfHeader& h) { h.Set(abf::lADCResolution, 0); }},
+        BadHeader{"ZeroRange", [](AbfHeader& h) { h.Set(abf::fADCRange, 0.0f); }}),
+    [](const auto& info) { return std::string(info.param.what); });
+
+}  // namespace
+}  // namespace convora
