@@ -2,8 +2,13 @@
 
 #include <algorithm>
 #include <exception>
+#include <limits>
+#include <optional>
 
+#include <QApplication>
 #include <QPainter>
+#include <QPointer>
+#include <QThreadPool>
 
 #include "Text.h"
 
@@ -41,17 +46,45 @@ void PreviewWidget::ShowFile(const std::filesystem::path& file) {
 }
 
 void PreviewWidget::Recompute() {
+  ++generation_;
   envelope_ = PreviewEnvelope{};
   computedWidth_ = PlotWidth();
   const QString name = PathText(file_.filename());
   try {
-    envelope_ = ComputePreviewEnvelope(file_, static_cast<std::size_t>(computedWidth_));
+    envelope_ = ComputePreviewEnvelope(file_, static_cast<std::size_t>(computedWidth_),
+                                       fullReadBytes_);
     message_ = name;
-    if (envelope_.sampled) message_ += "  (drawn from evenly spread parts of the recording)";
+    if (envelope_.sampled) {
+      message_ += "  (drawn from evenly spread parts of the recording; reading all of it...)";
+      RefineInBackground();
+    }
   } catch (const std::exception& e) {  // ConvoraError says why; anything else too
     message_ = name + ": no preview, " + ToQString(std::string_view(e.what()));
   }
   update();
+}
+
+void PreviewWidget::RefineInBackground() {
+  const unsigned generation = generation_;
+  const std::filesystem::path file = file_;
+  const auto columns = static_cast<std::size_t>(computedWidth_);
+  const QPointer<PreviewWidget> self(this);
+  // The global pool is waited for when the application ends, so the worker
+  // never outlives the program; the widget may go, hence the guarded pointer.
+  QThreadPool::globalInstance()->start([self, generation, file, columns] {
+    std::optional<PreviewEnvelope> exact;
+    try {
+      exact = ComputePreviewEnvelope(file, columns, std::numeric_limits<std::int64_t>::max());
+    } catch (const std::exception&) {
+      return;  // the spread windows stay on screen, with their note
+    }
+    QMetaObject::invokeMethod(qApp, [self, generation, exact = std::move(exact)] {
+      if (!self || self->generation_ != generation) return;
+      self->envelope_ = *exact;
+      self->message_ = PathText(self->file_.filename());
+      self->update();
+    });
+  });
 }
 
 void PreviewWidget::resizeEvent(QResizeEvent* event) {
