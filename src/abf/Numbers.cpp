@@ -71,14 +71,6 @@ std::optional<double> ParseWholeNumber(std::string_view text) {
   return ToDouble(normalised);
 }
 
-std::optional<float> NarrowToSingle(double value) {
-  // Halfway between the largest float and 2^128: from here on, rounding to
-  // float gives infinity, which a float field cannot take from a finite value.
-  constexpr double kFirstOverflow = 0x1.ffffffp127;
-  if (std::isfinite(value) && std::fabs(value) >= kFirstOverflow) return std::nullopt;
-  return static_cast<float>(value);
-}
-
 std::string FormatSingle(float value) {
   char text[32];
   const auto result = std::to_chars(text, text + sizeof text, value);

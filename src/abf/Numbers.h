@@ -40,7 +40,15 @@ inline std::optional<std::int32_t> RoundToInt32(double value) { return RoundTo<s
 
 // A double stored into a 32-bit float field: nothing when a finite value lies
 // beyond the float range.
-std::optional<float> NarrowToSingle(double value);
+inline std::optional<float> NarrowToSingle(double value) {
+  // Halfway between the largest float and 2^128: from here on, rounding to
+  // float gives infinity, which a float field cannot take from a finite value.
+  constexpr double kFirstOverflow = 0x1.ffffffp127;
+  if ((value >= kFirstOverflow || value <= -kFirstOverflow) && value - value == 0.0) {
+    return std::nullopt;
+  }
+  return static_cast<float>(value);
+}
 
 // A float shown as the shortest text that reads back as the same float, so
 // that accepting a shown default stores the very value it came from.
