@@ -1,0 +1,70 @@
+// Micro-benchmarks of the steps every conversion repeats: recognising a file
+// from its first bytes, patching the template header, scaling values to
+// counts, and the Gaussian filter with its widest kernel.
+
+#include <benchmark/benchmark.h>
+
+#include <cmath>
+#include <random>
+#include <vector>
+
+#include "abf/AbfOutput.h"
+#include "abf/GaussianFilter.h"
+#include "abf/SampleScaling.h"
+#include "abf/StartDateTime.h"
+#include "abf/TemplateFile.h"
+#include "app/Recognition.h"
+
+namespace {
+
+void BM_Recognition(benchmark::State& state) {
+  std::vector<std::uint8_t> first(6144);
+  std::mt19937 random(1);
+  for (auto& b : first) b = static_cast<std::uint8_t>(random());
+  const auto input = convora::MakeRecognitionInput(first, 1 << 20, "/data/cell.dat", 0);
+  for (auto _ : state) benchmark::DoNotOptimize(convora::MatchingRows(input));
+}
+BENCHMARK(BM_Recognition);
+
+void BM_HeaderPatching(benchmark::State& state) {
+  convora::AbfHeader header = convora::BuildDefaultTemplate();
+  const convora::LocalDateTime now{2026, 11, 21, 10, 0, 0};
+  for (auto _ : state) {
+    convora::StampStartDateTime(header, now);
+    for (std::size_t k = 0; k < 16; ++k) convora::SetChannelFields(header, k, "pA", 0.001f);
+    benchmark::DoNotOptimize(header);
+  }
+}
+BENCHMARK(BM_HeaderPatching);
+
+void BM_ScalingToCounts(benchmark::State& state) {
+  convora::AbfHeader header = convora::BuildDefaultTemplate();
+  header.Set(convora::abf::fInstrumentScaleFactor, 0, 0.5f);
+  const convora::CountScaler toCount(header, 0);
+  std::vector<double> values(1 << 16);
+  for (std::size_t i = 0; i < values.size(); ++i) values[i] = std::sin(0.01 * i) * 1.9;
+  std::vector<std::int16_t> counts(values.size());
+  for (auto _ : state) {
+    for (std::size_t i = 0; i < values.size(); ++i) counts[i] = toCount(values[i]).value_or(0);
+    benchmark::DoNotOptimize(counts.data());
+  }
+  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * values.size()));
+}
+BENCHMARK(BM_ScalingToCounts);
+
+void BM_GaussianFilter(benchmark::State& state) {
+  // fc 0.0001: sigma 1325, the half-width capped at 53 (107 taps); fc 0.1: 11 taps.
+  const float fc = state.range(0) == 107 ? 0.0001f : 0.1f;
+  std::vector<std::int16_t> input(1 << 20);
+  std::mt19937 random(2);
+  for (auto& v : input) v = static_cast<std::int16_t>(random() % 20001) - 10000;
+  std::vector<std::int16_t> output(input.size());
+  for (auto _ : state) {
+    convora::GaussianFilter(input, output, fc);
+    benchmark::DoNotOptimize(output.data());
+  }
+  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * input.size()));
+}
+BENCHMARK(BM_GaussianFilter)->Arg(11)->Arg(107)->ArgNames({"taps"})->Unit(benchmark::kMillisecond);
+
+}  // namespace
