@@ -15,5 +15,7 @@ void AddFormatsCommand(CLI::App& app, CommandContext& context);
 void AddMergeCommand(CLI::App& app, CommandContext& context);
 // set-unit, filter, downscale, set-interval
 void AddToolCommands(CLI::App& app, CommandContext& context);
+// ascii, atf, pti, dataq
+void AddAsciiCommands(CLI::App& app, CommandContext& context);
 
 }  // namespace convora::cli

@@ -29,6 +29,7 @@ int main(int argc, char** argv) {
   AddFormatsCommand(app, context);
   AddMergeCommand(app, context);
   AddToolCommands(app, context);
+  AddAsciiCommands(app, context);
 
   try {
     app.parse(argc, argv);
