@@ -2,7 +2,6 @@
 // table settings of `ascii` are read once for the whole run, as a settings
 // dialog keeps its fields; the other three read their layout from each file.
 
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -96,10 +95,13 @@ void AddAsciiCommands(CLI::App& app, CommandContext& context) {
   CLI::App* ptiCommand = AddFileCommand(
       app, context, "pti", "Convert PTI ASCII to ABF: PTI fluorescence text exports", pti,
       [](Workbench& bench, const AsciiCommand& state) { ConvertPtiAscii(bench, state.traces); });
-  const std::map<std::string, PtiTraces> traces{
-      {"all", PtiTraces::All}, {"ratio", PtiTraces::Ratio}, {"intensity", PtiTraces::Intensity}};
-  ptiCommand->add_option("--traces", pti->traces, "all (default), ratio, intensity")
-      ->transform(CLI::CheckedTransformer(traces, CLI::ignore_case));
+  ptiCommand
+      ->add_option_function<std::string>(
+          "--traces", [pti](const std::string& name) { pti->traces = *PtiTracesNamed(name); },
+          "all (default), ratio, intensity")
+      ->check([](const std::string& name) {
+        return PtiTracesNamed(name) ? std::string() : "not one of all, ratio, intensity";
+      });
 
   auto dataq = std::make_shared<AsciiCommand>();
   CLI::App* dataqCommand = AddFileCommand(

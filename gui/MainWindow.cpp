@@ -12,6 +12,10 @@
 #include "app/KnownFileDispatch.h"
 #include "app/KnownFormats.h"
 #include "app/Version.h"
+#include "ascii/AnyAscii.h"
+#include "ascii/AxonText.h"
+#include "ascii/DataqAscii.h"
+#include "ascii/PtiAscii.h"
 #include "generic/UnknownBinary.h"
 #include "generic/WavExport.h"
 
@@ -38,7 +42,7 @@ MainWindow::MainWindow(const AbfHeader& templateHeader, Prompter& prompter,
                        const QString& startFolder, Workbench::Clock clock, QWidget* parent)
     : QMainWindow(parent), bench_(templateHeader, prompter, std::move(clock)),
       browser_(new FileBrowser), binarySet_(new BinarySetWindow(this)),
-      preview_(new PreviewWidget) {
+      asciiSet_(new AsciiSetWindow(this)), preview_(new PreviewWidget) {
   setObjectName("Convora");
   setWindowTitle(ToQString(kProductCaption));
 
@@ -68,6 +72,8 @@ MainWindow::MainWindow(const AbfHeader& templateHeader, Prompter& prompter,
           [this] { ConvertWithBinarySettings(false); });
   connect(binarySet_, &BinarySetWindow::ConvertToWavRequested, this,
           [this] { ConvertWithBinarySettings(true); });
+  connect(asciiSet_, &AsciiSetWindow::ConvertRequested, this,
+          &MainWindow::ConvertWithAsciiSettings);
 
   if (!browser_->OpenFolder(startFolder)) browser_->OpenFolder(QDir::rootPath());
 }
@@ -90,10 +96,12 @@ QWidget* MainWindow::BuildButtons() {
   };
   add(1, "Convert Known File to ABF", [this] { ConvertKnownFiles(); });
   add(4, "Convert Unknown Binary to ABF", [this] { OpenBinarySettings(); });
-  add(5, "Convert Any ASCII to ABF", [this] { NotAvailableYet("Convert Any ASCII to ABF"); });
-  add(3, "Convert PTI ASCII to ABF", [this] { NotAvailableYet("Convert PTI ASCII to ABF"); });
-  add(6, "Convert AIW ASCII to ABF", [this] { NotAvailableYet("Convert AIW ASCII to ABF"); });
-  add(7, "Convert Dataq ASCII to ABF", [this] { NotAvailableYet("Convert Dataq ASCII to ABF"); });
+  add(5, "Convert Any ASCII to ABF", [this] { asciiSet_->Describe(browser_->SelectedPaths()); });
+  add(3, "Convert PTI ASCII to ABF", [this] { ConvertPtiFiles(); });
+  add(6, "Convert AIW ASCII to ABF",
+      [this] { ForEachSelectedFile([](Workbench& b) { return GoOn(ConvertAxonText, b); }); });
+  add(7, "Convert Dataq ASCII to ABF",
+      [this] { ForEachSelectedFile([](Workbench& b) { return GoOn(ConvertDataqAscii, b); }); });
   layout->addSpacing(12);
   add(8, "Change Unit of ABF File", [this] {
     ForEachSelectedFile([](Workbench& b) { return GoOn(ChangeUnitAndScaleFactor, b); });
@@ -224,8 +232,36 @@ void MainWindow::ShowMergeList() {
   for (const std::filesystem::path& path : mergeList_) merge_->addItem(PathText(path));
 }
 
-void MainWindow::NotAvailableYet(const QString& caption) {
-  bench_.Prompt().Notice(ToUtf8(caption + " is not available yet."));
+void MainWindow::ConvertWithAsciiSettings() {
+  const AsciiSettings settings = asciiSet_->Settings();
+  const std::size_t listedBefore = bench_.List1.Entries().size();
+  const ArrowAtEnd arrow(bench_.Prompt());
+  for (const std::filesystem::path& path : asciiSet_->DescribedFiles()) {
+    bench_.SelectedFilePath = path;
+    RunOnSelectedFile([&](Workbench& bench) {
+      ConvertAnyAscii(bench, settings);
+      return AfterFile::kGoOn;
+    });
+  }
+  if (bench_.List1.Entries().size() > listedBefore) asciiSet_->hide();
+}
+
+void MainWindow::ConvertPtiFiles() {
+  // The traces are asked once for the whole selection.
+  const auto answer = bench_.Prompt().AskInput(
+      {"traces", "Which traces should be converted: all, ratio or intensity?", "PTI Traces",
+       "all"});
+  if (!answer) return;
+  const auto traces = PtiTracesNamed(*answer);
+  if (!traces) {
+    bench_.Prompt().ShowMessage("PTI Traces", "\"" + *answer +
+                                                  "\" is not one of all, ratio or intensity.");
+    return;
+  }
+  ForEachSelectedFile([&](Workbench& b) {
+    ConvertPtiAscii(b, *traces);
+    return AfterFile::kGoOn;
+  });
 }
 
 void MainWindow::ShowInstruction() {

@@ -13,6 +13,7 @@
 #include <QMainWindow>
 #include <QPushButton>
 
+#include "AsciiSetWindow.h"
 #include "BinarySetWindow.h"
 #include "FileBrowser.h"
 #include "MergeList.h"
@@ -33,6 +34,7 @@ class MainWindow : public QMainWindow {
   Workbench& Bench() { return bench_; }
   FileBrowser* Browser() const { return browser_; }
   BinarySetWindow* BinarySet() const { return binarySet_; }
+  AsciiSetWindow* AsciiSet() const { return asciiSet_; }
   PreviewWidget* Preview() const { return preview_; }
 
  private:
@@ -55,7 +57,8 @@ class MainWindow : public QMainWindow {
   void ConvertWithBinarySettings(bool toWav);
   void DropOnMergeList();
   void MergeFiles();
-  void NotAvailableYet(const QString& caption);
+  void ConvertWithAsciiSettings();
+  void ConvertPtiFiles();
   void ShowInstruction();
   void ShowMergeList();
 
@@ -63,6 +66,7 @@ class MainWindow : public QMainWindow {
   std::vector<std::filesystem::path> mergeList_;
   FileBrowser* browser_;
   BinarySetWindow* binarySet_;
+  AsciiSetWindow* asciiSet_;
   PreviewWidget* preview_;
   QListWidget* written_ = nullptr;
   MergeList* merge_ = nullptr;

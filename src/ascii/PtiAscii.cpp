@@ -105,4 +105,12 @@ void ConvertPtiAscii(Workbench& bench, PtiTraces traces) {
   ConvertTable(bench, source, layout);
 }
 
+std::optional<PtiTraces> PtiTracesNamed(std::string_view name) {
+  const std::string lower = LowerCase(name);
+  if (lower == "all") return PtiTraces::All;
+  if (lower == "ratio") return PtiTraces::Ratio;
+  if (lower == "intensity") return PtiTraces::Intensity;
+  return std::nullopt;
+}
+
 }  // namespace convora

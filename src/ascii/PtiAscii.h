@@ -1,4 +1,7 @@
 #pragma once
+
+#include <optional>
+#include <string_view>
 #include "app/Workbench.h"
 
 namespace convora {
@@ -6,6 +9,9 @@ namespace convora {
 // Which traces of a PTI export become channels. A trace is a ratio trace when
 // its title says "ratio" or shows a wavelength pair such as "340/380".
 enum class PtiTraces { All, Ratio, Intensity };
+
+// "all", "ratio" or "intensity", in any case; nothing for another text.
+std::optional<PtiTraces> PtiTracesNamed(std::string_view name);
 
 // Converts the PTI fluorescence ASCII export SelectedFilePath: the chosen
 // traces, one channel each, with the interval from the first time column.

@@ -2,6 +2,7 @@
 // over the file list's selection with scripted answers.
 
 #include <QLabel>
+#include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
 #include <QtTest>
@@ -178,25 +179,60 @@ class MainWindowTest : public QObject {
     QCOMPARE(f->Items("FListBoxFETCH"), QStringList{"late.abf"});
   }
 
-  void asciiButtonsSayTheyAreNotAvailable_data() {
+  void asciiButtonsConvertTheSelection_data() {
     QTest::addColumn<QString>("button");
-    QTest::addColumn<QString>("caption");
-    QTest::newRow("PTI") << "Command3"
-                         << "Convert PTI ASCII to ABF";
-    QTest::newRow("Any") << "Command5"
-                         << "Convert Any ASCII to ABF";
-    QTest::newRow("AIW") << "Command6"
-                         << "Convert AIW ASCII to ABF";
-    QTest::newRow("Dataq") << "Command7"
-                           << "Convert Dataq ASCII to ABF";
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("channels");
+    QTest::newRow("PTI, ratio only") << "Command3" << "fura.txt"
+                                     << "Time\tRatio 340/380\tTime\tD1 340 nm\n"
+                                        "0.5\t1\t0.5\t2\n1.0\t0.5\t1.0\t1\n"
+                                     << 1;
+    QTest::newRow("AIW") << "Command6" << "cell.atf"
+                         << "ATF 1.0\n0 3\n\"Time (s)\"\t\"Ia (pA)\"\t\"Vm (mV)\"\n"
+                            "0\t1\t-60\n0.0001\t2\t-59\n"
+                         << 2;
+    QTest::newRow("Dataq") << "Command7" << "run.csv"
+                           << "\"Sample rate: 200 Hz\"\nCH1 (V),CH2 (mV),CH3 (mV)\n1,2,3\n4,5,6\n"
+                           << 3;
   }
 
-  void asciiButtonsSayTheyAreNotAvailable() {
+  void asciiButtonsConvertTheSelection() {
     QFETCH(QString, button);
-    QFETCH(QString, caption);
+    QFETCH(QString, name);
+    QFETCH(QString, text);
+    QFETCH(int, channels);
+    const std::string bytes = text.toStdString();
+    WriteFile(f->dir / name.toStdString(), Bytes(bytes.begin(), bytes.end()));
+    f->prompter.AnswerInput("traces", "ratio");
     f->Open();
+    f->Select({name});
     f->Click(button.toLatin1().constData());
-    QCOMPARE(ToList(f->Transcript()), QStringList{"notice: " + caption + " is not available yet."});
+    const QString output = f->PathText(name.section('.', 0, 0).toStdString() + ".ABF");
+    QCOMPARE(f->Items("List1"), QStringList{output});
+    QCOMPARE(HeaderOf(ReadFile(gui::ToPath(output))).Get(abf::nADCNumChannels), channels);
+  }
+
+  void anyAsciiOpensItsSettingsAndConvertsWithThem() {
+    const std::string table = "1\t5\n2\t-5\n";
+    WriteFile(f->dir / "table.txt", Bytes(table.begin(), table.end()));
+    f->Open();
+    f->Select({"table.txt"});
+    f->Click("Command5");
+    gui::AsciiSetWindow* settings = f->window->AsciiSet();
+    QVERIFY(settings->isVisible());
+    auto* columns = settings->findChild<QLineEdit*>("columns");
+    QCOMPARE(columns->text(), QString("1"));
+    columns->setText("1-2");
+    settings->findChild<QLineEdit*>("unit")->setText("mV");
+    QTest::mouseClick(settings->findChild<QPushButton*>("Convert"), Qt::LeftButton);
+    QCOMPARE(f->Items("List1"), QStringList{f->PathText("table.ABF")});
+    const AbfHeader written = HeaderOf(ReadFile(f->dir / "table.ABF"));
+    QCOMPARE(written.Get(abf::nADCNumChannels), std::int16_t{2});
+    QCOMPARE(QString::fromStdString(written.Get(abf::sADCUnits, 1)), QString("mV      "));
+    QVERIFY(!settings->isVisible());
+    f->Click("Command5");  // what was typed is kept for the next files
+    QCOMPARE(columns->text(), QString("1-2"));
   }
 
   void clickingAFileOrAWrittenLinePreviewsIt() {
