@@ -59,6 +59,16 @@ def abf(channels, samples):
     return bytes(head) + struct.pack(f"<{samples}h", *[(i * 37) % 2001 - 1000 for i in range(samples)])
 
 
+def tables():
+    return {
+        "any.txt": b"\x01\x02\x00" + b"0\t1.5\t-2\n0.1\t2.5\t3\n0.2\t-1\t4e-3\n",
+        "cell.atf": b'ATF 1.0\n1 3\n"AcquisitionMode=Episodic Stimulation"\n'
+                    b'"Time (s)"\t"Trace #1 (pA)"\t"Trace #2 (pA)"\n0\t1\t2\n0.0001\t-3\t4\n',
+        "fura.txt": b"Time\tRatio 340/380\tTime\tD1 340 nm\n0.5\t1\t0.5\t2\n1.0\t0.5\t1.0\t1\n",
+        "run.csv": b'"Sample rate: 200 Hz"\nTime,CH1 (V),CH2 (mV)\n0,0.001,4\n0.005,0.002,-2\n',
+    }
+
+
 def raw():
     return bytes([0, 2, 100, 2]) + struct.pack("<6f", 0.0, 1.5, -2.0, 3.25, 0.0, -0.5)
 
@@ -69,6 +79,7 @@ SEEDS = {
     "fuzz_igor_text": {"wave.itx": igor_text()},
     "fuzz_cdr": {"rec.cdr": cdr()},
     "fuzz_binary": {"raw.dat": raw()},
+    "fuzz_ascii": tables(),
     "fuzz_abf_tools": {"one.abf": abf(1, 300), "two.abf": abf(2, 301)},
     "fuzz_known_file": {"v1.axg": axograph(), "pc.ibw": igor_binary(False),
                         "wave.itx": igor_text(), "rec.cdr": cdr()},
