@@ -50,6 +50,13 @@ void DataSectionWriter::WriteBytes(std::span<const std::uint8_t> bytes) {
   position_ += static_cast<std::int64_t>(bytes.size());
 }
 
+std::int64_t DataSectionWriter::CopyWithinSystem(const SourceFile& source, std::int64_t offset,
+                                                 std::int64_t count) {
+  const std::int64_t copied = file_.CopyWithinSystem(source, offset, position_, count);
+  position_ += copied;
+  return copied;
+}
+
 void WriteAbfFile(const AbfHeader& header, const std::filesystem::path& source,
                   const std::filesystem::path& output, const SampleProducer& produceSamples) {
   const std::int32_t dataBlock = header.Get(abf::lDataSectionPtr);
@@ -64,6 +71,10 @@ void WriteAbfFile(const AbfHeader& header, const std::filesystem::path& source,
 void CopyBytes(SourceFile& source, std::int64_t offset, std::int64_t count,
                DataSectionWriter& out, bool swapPairs) {
   constexpr std::int64_t kChunk = 1 << 20;  // even, so value pairs never straddle chunks
+  // Bytes that go across unchanged need not pass through this process.
+  const std::int64_t copied = swapPairs ? 0 : out.CopyWithinSystem(source, offset, count);
+  offset += copied;
+  count -= copied;
   std::vector<std::uint8_t> buffer;
   for (std::int64_t done = 0; done < count; done += kChunk) {
     buffer.resize(static_cast<std::size_t>(std::min(kChunk, count - done)));

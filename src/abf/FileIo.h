@@ -14,12 +14,14 @@ class SourceFile {
   explicit SourceFile(const std::filesystem::path& path);
 
   std::int64_t Length() const { return length_; }
+  const std::filesystem::path& Path() const { return path_; }
 
   // Fills `out` from `offset`; bytes past the end of the file read as zero.
   // Returns how many bytes came from the file.
   std::size_t ReadPadded(std::int64_t offset, std::span<std::uint8_t> out);
 
  private:
+  std::filesystem::path path_;
   std::ifstream stream_;
   std::int64_t length_ = 0;
 };
@@ -31,6 +33,12 @@ class OutputFile {
   explicit OutputFile(const std::filesystem::path& path);
 
   void WriteAt(std::int64_t offset, std::span<const std::uint8_t> bytes);
+  // Copies `count` bytes of `source` from `from` to `to` in this file inside
+  // the kernel where the system can (Linux copy_file_range), without passing
+  // them through this process. Returns how many bytes were copied that way,
+  // which may be fewer, or none; the caller copies the rest itself.
+  std::int64_t CopyWithinSystem(const SourceFile& source, std::int64_t from, std::int64_t to,
+                                std::int64_t count);
   // Flushes and closes; throws when the data did not reach the file.
   void Close();
 
