@@ -49,6 +49,7 @@ ReplacementFile::ReplacementFile(const std::filesystem::path& target,
                                  const std::optional<std::filesystem::path>& startFrom)
     : target_(target), temporary_(TemporaryNameFor(target)) {
   std::error_code ec;
+  replacing_ = std::filesystem::exists(target, ec);
   if (startFrom && std::filesystem::exists(*startFrom, ec)) {
     std::filesystem::copy_file(*startFrom, temporary_, ec);
     if (ec) {
@@ -69,7 +70,7 @@ ReplacementFile::~ReplacementFile() {
 
 void ReplacementFile::Commit() {
   file_->Close();
-  FlushToDisk(temporary_);
+  if (replacing_) FlushToDisk(temporary_);
   std::error_code ec;
   std::filesystem::rename(temporary_, target_, ec);
   if (ec) throw ConvoraError("cannot replace " + target_.string() + " (" + ec.message() + ")");

@@ -29,13 +29,17 @@ class ReplacementFile {
     file_->WriteAt(offset, bytes);
   }
 
-  // Flushes the content to disk and puts it in the target's place.
+  // Puts the content in the target's place. When it replaces an existing
+  // file, the content is flushed to disk first, so that a crash never leaves
+  // the old file's name on content that never reached the disk; a new file
+  // has nothing to lose and is left to the system's own write-back.
   void Commit();
 
  private:
   std::filesystem::path target_;
   std::filesystem::path temporary_;
   std::optional<OutputFile> file_;
+  bool replacing_ = false;
   bool committed_ = false;
 };
 
