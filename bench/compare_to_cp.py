@@ -1,0 +1,164 @@
+#!/usr/bin/env python3
+"""Times whole convora commands against `cp` of the same bytes, on inputs this
+script makes, and prints the ratio of each to its cp (best of three runs each,
+sources in the page cache, outputs written fresh) with the peak memory.
+
+Usage: compare_to_cp.py CONVORA FOLDER [--quick]
+--quick makes inputs 16 times smaller, for a check that the script works.
+"""
+import os
+import shutil
+import struct
+import subprocess
+import sys
+import time
+
+import numpy
+
+CONVORA, FOLDER = sys.argv[1], sys.argv[2]
+SCALE = 16 if "--quick" in sys.argv else 1
+MIB = 1 << 20
+
+
+def path(name):
+    return os.path.join(FOLDER, name)
+
+
+def remove(*names):
+    for name in names:
+        if os.path.exists(path(name)):
+            os.remove(path(name))
+
+
+def timed(args, outputs):
+    """Best wall time of three runs and the largest peak resident set (MiB)."""
+    best, peak = float("inf"), 0.0
+    for _ in range(3):
+        remove(*outputs)
+        subprocess.run(["sync"], check=True)
+        start = time.perf_counter()
+        done = subprocess.run(["/usr/bin/time", "-f", "%M", *args], cwd=FOLDER,
+                              stdin=subprocess.DEVNULL, capture_output=True, text=True)
+        elapsed = time.perf_counter() - start
+        if done.returncode != 0:
+            sys.exit(f"{args}: {done.stderr}")
+        best = min(best, elapsed)
+        peak = max(peak, int(done.stderr.split()[-1]) / 1024)
+    return best, peak
+
+
+def cp_time(source):
+    return timed(["cp", source, "copy.tmp"], ["copy.tmp"])[0]
+
+
+def write_raw(name, size, dtype):
+    rng = numpy.random.default_rng(1)
+    with open(path(name), "wb") as out:
+        for _ in range(size // (64 * MIB)):
+            if dtype == "<i2":
+                chunk = rng.integers(-32768, 32767, 32 * MIB, dtype=numpy.int16)
+            else:
+                chunk = rng.standard_normal(16 * MIB).astype(dtype) * 1e-11
+            out.write(chunk.astype(dtype).tobytes())
+
+
+def write_axograph(name, size):
+    points = size // 8
+    head = b"AxGr" + struct.pack(">hhi", 1, 2, points) + b"Time (s)".ljust(80)
+    with open(path(name), "wb") as out:
+        out.write(head)
+        out.write((numpy.arange(points, dtype=">f4") * numpy.float32(1e-4)).tobytes())
+        out.write(struct.pack(">i", points) + b"Current (A)".ljust(80))
+        rng = numpy.random.default_rng(2)
+        out.write((rng.standard_normal(points) * 1e-11).astype(">f4").tobytes())
+
+
+def write_igor_binary(name, size):
+    points = size // 4
+    head = struct.pack("<h14x", 2) + struct.pack("<h", 2) + bytes(32)
+    head += b"A   " + b"s   " + struct.pack("<ih", points, 0) + struct.pack("<d", 1e-4)
+    with open(path(name), "wb") as out:
+        out.write(head.ljust(126, b"\0"))
+        rng = numpy.random.default_rng(3)
+        out.write((rng.standard_normal(points) * 1e-11).astype("<f4").tobytes())
+
+
+def write_igor_text(name, size):
+    rng = numpy.random.default_rng(4)
+    with open(path(name), "wb") as out:
+        out.write(b"IGOR\rWAVES\twave0\rBEGIN\r")
+        written = 0
+        while written < size:
+            values = rng.standard_normal(MIB) * 1e-11
+            text = "".join(f"\t{v:.6g}\r" for v in values).encode()
+            out.write(text)
+            written += len(text)
+        out.write(b"END\r")
+
+
+def write_cdr(name, records):
+    head = bytearray(512)
+    struct.pack_into("<h", head, 0, records)
+    struct.pack_into("<f", head, 4, 0.0512)
+    struct.pack_into("<fff", head, 98, 0.1, 0.5, 5.0)
+    head[110:112] = b"pA"
+    struct.pack_into("<h", head, 122, 2048)
+    head[168:172] = b"CDR "
+    rng = numpy.random.default_rng(5)
+    with open(path(name), "wb") as out:
+        out.write(bytes(head))
+        out.write(rng.integers(-2048, 2047, records * 512, dtype=numpy.int16).astype("<i2").tobytes())
+
+
+def row(work, seconds, reference, peak, goal):
+    ratio = seconds / reference
+    verdict = "ok" if ratio <= goal else "MISSED"
+    print(f"| {work} | {seconds:.2f} s | {reference:.2f} s | {ratio:.2f} x (goal {goal}) {verdict} "
+          f"| {peak:.1f} MiB |", flush=True)
+
+
+def main():
+    os.makedirs(FOLDER, exist_ok=True)
+    gib, big = 1024 * MIB // SCALE, 256 * MIB // SCALE
+    print("| work | convora | cp | ratio | peak memory |")
+    print("|---|---|---|---|---|")
+
+    write_raw("raw.dat", gib, "<i2")
+    t, m = timed([CONVORA, "binary", "raw.dat"], ["raw.ABF"])
+    row("raw int16, 1 GiB", t, cp_time("raw.dat"), m, 1.15)
+
+    write_raw("float.dat", gib, "<f4")
+    t, m = timed([CONVORA, "binary", "--float", "float.dat"], ["float.ABF"])
+    row("raw float32, 1 GiB", t, cp_time("float.dat"), m, 1.5)
+    remove("float.dat", "float.ABF")
+
+    for name, writer in (("cell.axgd", write_axograph), ("wave.ibw", write_igor_binary),
+                         ("wave.itx", write_igor_text)):
+        writer(name, big)
+        stem = name.split(".")[0]
+        t, m = timed([CONVORA, "convert", "--interval", "100", name], [stem + ".ABF"])
+        row(f"{name.split('.')[1]} conversion, 256 MiB", t, cp_time(name), m, 1.5)
+        remove(name, stem + ".ABF")
+
+    # The record count is a 16-bit field: 32767 records of 1 KiB is the largest CDR file.
+    write_cdr("run.cdr", 32767 // SCALE)
+    t, m = timed([CONVORA, "convert", "run.cdr"], ["run.ABF"])
+    shutil.copyfile(path("run.ABF"), path("cdr-size.tmp"))
+    row("CDR block copy, 32 MiB", t, cp_time("cdr-size.tmp"), m, 1.2)
+    remove("run.cdr", "run.ABF", "cdr-size.tmp")
+
+    # Two 512 MiB ABF files merged; cp copies a file of the merged size.
+    write_raw("half.dat", gib // 2, "<i2")
+    subprocess.run([CONVORA, "binary", "half.dat"], cwd=FOLDER, check=True, capture_output=True)
+    shutil.copyfile(path("half.ABF"), path("half2.ABF"))
+    t, m = timed([CONVORA, "merge", "--yes", "--name", "both", "half.ABF", "half2.ABF"],
+                 ["both.ABF"])
+    merged_size = os.path.getsize(path("both.ABF"))
+    shutil.copyfile(path("both.ABF"), path("merged-size.tmp"))
+    row("merge of two 512 MiB files", t, cp_time("merged-size.tmp"), m, 1.2)
+    remove("half.dat", "half.ABF", "half2.ABF", "both.ABF", "merged-size.tmp", "raw.dat", "raw.ABF")
+    print(f"(merged file: {merged_size / MIB:.0f} MiB)")
+
+
+if __name__ == "__main__":
+    main()
