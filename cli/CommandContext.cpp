@@ -42,7 +42,7 @@ std::unique_ptr<Workbench> CommandContext::OpenWorkbench() {
 }
 
 void CommandContext::ReportError(const std::filesystem::path& path, const std::string& why) {
-  err_ << "error: " << path.string() << ": " << why << '\n' << std::flush;
+  err_ << "error: " << OneLine(path.string()) << ": " << OneLine(why) << '\n' << std::flush;
   if (exitCode == kExitOk) exitCode = kExitFailure;
 }
 

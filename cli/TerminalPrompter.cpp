@@ -16,8 +16,29 @@ namespace convora::cli {
 
 bool StdinIsTerminal() { return CONVORA_ISATTY(0) != 0; }
 
+std::string OneLine(std::string_view text) {
+  std::string line;
+  line.reserve(text.size());
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (c == '\r') {
+      line += "\\r";
+    } else if (c == '\n') {
+      line += "\\n";
+    } else if ((byte < 0x20 && c != '\t') || byte == 0x7F) {
+      constexpr char kHex[] = "0123456789abcdef";
+      line += "\\x";
+      line += kHex[byte >> 4];
+      line += kHex[byte & 0xF];
+    } else {
+      line += c;
+    }
+  }
+  return line;
+}
+
 void TerminalPrompter::ShowMessage(std::string_view title, std::string_view text) {
-  err_ << title << ": " << text << '\n' << std::flush;
+  err_ << OneLine(title) << ": " << OneLine(text) << '\n' << std::flush;
 }
 
 std::optional<std::string> TerminalPrompter::ReadLine() {
@@ -59,6 +80,8 @@ std::optional<std::string> TerminalPrompter::AskInput(const InputRequest& reques
   return answer;  // end of input counts as Cancel
 }
 
-void TerminalPrompter::Notice(std::string_view text) { err_ << "notice: " << text << '\n'; }
+void TerminalPrompter::Notice(std::string_view text) {
+  err_ << "notice: " << OneLine(text) << '\n';
+}
 
 }  // namespace convora::cli

@@ -37,6 +37,11 @@ class TerminalPrompter : public Prompter {
   std::map<std::string, bool> choices_;
 };
 
+// `text` fit for one line of stderr: line breaks and other control
+// characters, which messages can quote from a file's own bytes, are written
+// as escapes (\r, \n, \xNN); tabs stay.
+std::string OneLine(std::string_view text);
+
 // True when standard input is a terminal a person can answer on.
 bool StdinIsTerminal();
 

@@ -37,5 +37,18 @@ TEST(TerminalPrompter, OnlyATerminalIsAskedAndThereEnterTakesTheDefault) {
   EXPECT_NE(err.str().find("Interval: Please enter the interval [1000] "), std::string::npos);
 }
 
+TEST(TerminalPrompter, AMessageQuotingAFileStaysOnOneLine) {
+  // Messages can quote bytes of a file: a line break there must not split the
+  // one line that a script reads per message.
+  EXPECT_EQ(OneLine("line 3: \"A\rB\n\x01\tC\x7f\" is not a number"),
+            "line 3: \"A\\rB\\n\\x01\tC\\x7f\" is not a number");
+  std::ostringstream err;
+  std::istringstream in;
+  TerminalPrompter prompter(in, err, false);
+  prompter.ShowMessage("Title", "two\nlines");
+  prompter.Notice("a\rb");
+  EXPECT_EQ(err.str(), "Title: two\\nlines\nnotice: a\\rb\n");
+}
+
 }  // namespace
 }  // namespace convora::cli

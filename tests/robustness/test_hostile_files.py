@@ -101,6 +101,9 @@ class HostileFiles(unittest.TestCase):
         for args in (["info"], ["info", "--json"], ["convert", "--unknown", "yes", "--interval", "7"],
                      ["binary"], ["binary", "--float", "--swap", "--channels", "3"],
                      ["wav", "--channels", "2", "--byte-offset", "5"],
+                     ["ascii", "--columns", "2-3", "--time-column", "1", "--header-lines", "1"],
+                     ["ascii", "--matlab"], ["atf", "--interval", "10"], ["pti"],
+                     ["dataq", "--interval", "10"],
                      ["merge", "--yes", "--dir", "merged"]):
             with self.subTest(args=args):
                 self.run_over(self.folder, *args)
