@@ -173,19 +173,19 @@ void ConvertTable(Workbench& bench, SourceFile& source, const TableLayout& layou
   if (scan.rows == 0) throw ConvoraError("the table holds no data rows");
   const double total = static_cast<double>(scan.rows) * static_cast<double>(channels * sweeps);
   if (total > std::numeric_limits<std::int32_t>::max()) {
-    throw ConvoraError("the table holds more values than an ABF 1.x file can take");
+    throw ConvoraError("the table holds more values than an ABF 1.x file can count (lActualAcqLength)");
   }
   const auto samples = static_cast<std::int32_t>(total);
   const auto perSweep = static_cast<std::int32_t>(scan.rows * static_cast<std::int64_t>(channels));
   const auto interval = NarrowToSingle(IntervalBetweenRows(layout, scan) / channels);
-  if (!interval) throw ConvoraError("the sample interval is too large");
+  if (!interval) throw ConvoraError("the sample interval is too large for fADCSampleInterval");
 
   // Patched on a copy, so that a table refused below leaves the template as it was.
   AbfHeader h = bench.TemplateHeader;
   h.Set(abf::lActualAcqLength, samples);
   h.Set(abf::fADCSampleInterval, *interval);
   const auto seconds = SecondsPerRunOf(h);
-  if (!seconds) throw ConvoraError("the recording is too long for its length field");
+  if (!seconds) throw ConvoraError("the recording is too long for fSecondsPerRun");
   h.Set(abf::fSecondsPerRun, *seconds);
   h.Set(abf::fADCRange, 10.24f);
   h.Set(abf::lADCResolution, 32768);
@@ -207,7 +207,7 @@ void ConvertTable(Workbench& bench, SourceFile& source, const TableLayout& layou
   const std::int64_t synchBlock = (dataEnd + ABF_BLOCK_BYTES - 1) / ABF_BLOCK_BYTES;
   if (sweeps > 1) {
     if (synchBlock > std::numeric_limits<std::int32_t>::max()) {
-      throw ConvoraError("the table is too large for an episodic ABF 1.x file");
+      throw ConvoraError("the table is too large for an episodic ABF 1.x file (lSynchArrayPtr)");
     }
     h.Set(abf::nOperationMode, std::int16_t{5});
     h.Set(abf::lActualEpisodes, static_cast<std::int32_t>(sweeps));

@@ -148,7 +148,7 @@ void ConvertAxGr(Workbench& bench) {
   }
   const std::int64_t samples = channels * points;
   if (samples > std::numeric_limits<std::int32_t>::max()) {
-    throw ConvoraError("the file holds more samples than an ABF 1.x file can take");
+    throw ConvoraError("the file holds more samples than an ABF 1.x file can count (lActualAcqLength)");
   }
 
   // The interval between samples of the interleaved stream: the file's time

@@ -129,7 +129,7 @@ void ConvertIgor(Workbench& bench) {
   const auto secondsPerRun = NarrowToSingle(static_cast<double>(wave.npnts) * wave.hsA);
   const auto interval = NarrowToSingle(wave.hsA * 1'000'000.0);
   if (!secondsPerRun || !interval) {
-    throw ConvoraError("the wave's x step does not fit the header's sample interval and length");
+    throw ConvoraError("the wave's x step does not fit fADCSampleInterval or fSecondsPerRun");
   }
   h.Set(abf::fSecondsPerRun, *secondsPerRun);
   h.Set(abf::fADCRange, 10.24f);

@@ -122,7 +122,7 @@ void ConvertIgorTextMac(Workbench& bench) {
                        "and a tab");
   }
   if (count > std::numeric_limits<std::int32_t>::max()) {
-    throw ConvoraError("the file holds more values than an ABF 1.x file can take");
+    throw ConvoraError("the file holds more values than an ABF 1.x file can count (lActualAcqLength)");
   }
   const auto samples = static_cast<std::int32_t>(count);
 
@@ -131,7 +131,7 @@ void ConvertIgorTextMac(Workbench& bench) {
   const auto intervalField = NarrowToSingle(interval);
   const auto secondsPerRun = NarrowToSingle(samples * interval / 1'000'000.0);
   if (!intervalField || !secondsPerRun) {
-    throw ConvoraError("the sample interval " + std::to_string(interval) + " is too large");
+    throw ConvoraError("the sample interval " + std::to_string(interval) + " is too large for fADCSampleInterval");
   }
 
   // The smaller magnitude is the range on purpose; the larger side may then

@@ -69,7 +69,7 @@ void ConvertUnknownBinary(Workbench& bench, const BinarySettings& settings) {
   const int valueBytes = settings.floatingPoint ? 4 : 2;
   const auto samples = RoundToInt32(std::floor(block.bytes / valueBytes));
   if (!samples) {
-    throw ConvoraError("the data block holds more samples than an ABF 1.x file can take");
+    throw ConvoraError("the data block holds more samples than an ABF 1.x file can count (lActualAcqLength)");
   }
 
   bench.Prompt().SetBusy(true);
