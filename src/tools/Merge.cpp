@@ -9,6 +9,7 @@
 #include "abf/AbfOutput.h"
 #include "abf/ConvoraError.h"
 #include "abf/FileIo.h"
+#include "abf/Numbers.h"
 #include "abf/ReplacementFile.h"
 #include "abf/TemplateFile.h"
 #include "tools/AbfTools.h"
@@ -70,6 +71,12 @@ void CheckMergeable(const std::vector<ListedFile>& files, const std::filesystem:
                          " samples, more than lActualAcqLength can count");
     }
   }
+  // The run length only grows with each file, so the last one decides.
+  const double seconds = files.front().header.Get(abf::fADCSampleInterval) / 1'000'000.0 *
+                         static_cast<double>(total);
+  if (!NarrowToSingle(seconds)) {
+    throw ConvoraError("the merged recording's length in seconds does not fit fSecondsPerRun");
+  }
 }
 
 // Appends one file's samples at the end of those accumulated in `merged`.
@@ -77,8 +84,8 @@ void AppendSamples(const ListedFile& source, AbfHeader& merged, OutputFile& outp
   SourceFile file(source.path);
   const std::int64_t n = source.samples.count;
   const std::int64_t src = source.samples.offset;
-  const std::int64_t dst =
-      merged.Get(abf::lDataSectionPtr) * ABF_BLOCK_BYTES + 2 * std::int64_t{merged.Get(abf::lActualAcqLength)};
+  const std::int64_t dst = merged.Get(abf::lDataSectionPtr) * ABF_BLOCK_BYTES +
+                           2 * std::int64_t{merged.Get(abf::lActualAcqLength)};
 
   const std::int64_t wholeBlocks = n / kMergeBlockSamples;
   DataSectionWriter blocks(output, dst);
@@ -95,7 +102,8 @@ void AppendSamples(const ListedFile& source, AbfHeader& merged, OutputFile& outp
   }
 
   const double secondsPerSample = merged.Get(abf::fADCSampleInterval) / 1'000'000.0;
-  merged.Set(abf::lActualAcqLength, static_cast<std::int32_t>(merged.Get(abf::lActualAcqLength) + n));
+  merged.Set(abf::lActualAcqLength,
+             static_cast<std::int32_t>(merged.Get(abf::lActualAcqLength) + n));
   merged.Set(abf::fSecondsPerRun,
              static_cast<float>(secondsPerSample * merged.Get(abf::lActualAcqLength)));
 }
