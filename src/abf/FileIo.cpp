@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include "abf/ConvoraError.h"
+#include "abf/LittleEndian.h"
 
 #if defined(__linux__)
 #include <fcntl.h>
@@ -46,6 +47,14 @@ std::size_t SourceFile::ReadPadded(std::int64_t offset, std::span<std::uint8_t> 
   }
   std::fill(out.begin() + static_cast<std::ptrdiff_t>(got), out.end(), std::uint8_t{0});
   return got;
+}
+
+void SourceFile::ReadSamples(std::int64_t offset, std::span<std::int16_t> out) {
+  scratch_.resize(2 * out.size());
+  ReadPadded(offset, scratch_);
+  for (std::size_t i = 0; i < out.size(); ++i) {
+    out[i] = LoadLittleEndian<std::int16_t>(&scratch_[2 * i]);
+  }
 }
 
 OutputFile::OutputFile(const std::filesystem::path& path) : path_(path) {

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <span>
+#include <vector>
 
 namespace convora {
 
@@ -19,11 +20,15 @@ class SourceFile {
   // Fills `out` from `offset`; bytes past the end of the file read as zero.
   // Returns how many bytes came from the file.
   std::size_t ReadPadded(std::int64_t offset, std::span<std::uint8_t> out);
+  // Fills `out` with the little-endian 16-bit samples from `offset`, zero
+  // past the end of the file.
+  void ReadSamples(std::int64_t offset, std::span<std::int16_t> out);
 
  private:
   std::filesystem::path path_;
   std::ifstream stream_;
   std::int64_t length_ = 0;
+  std::vector<std::uint8_t> scratch_;
 };
 
 // Opens for writing without shortening: an existing file is written over from

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "abf/AbfOutput.h"
 #include "abf/ConvoraError.h"
 #include "abf/FileIo.h"
-#include "abf/LittleEndian.h"
 #include "abf/Numbers.h"
 #include "abf/ReplacementFile.h"
 #include "tools/AbfTools.h"
@@ -19,7 +19,7 @@
 namespace convora {
 namespace {
 
-constexpr std::int64_t kChunkBytes = 1 << 20;
+constexpr std::int64_t kChunkSamples = 1 << 19;
 
 struct DownscaledChannel {
   std::size_t physical = 0;
@@ -76,27 +76,21 @@ Recording Describe(const AbfHeader& header, std::int64_t fileLength) {
 // Calls `visit` with every chunk of whole scans, as counts.
 void ForEachScanChunk(SourceFile& source, const Recording& r,
                       const std::function<void(std::vector<std::int16_t>&)>& visit) {
-  const std::int64_t scanBytes = 2 * static_cast<std::int64_t>(r.channels.size());
-  const std::int64_t chunkBytes = std::max(kChunkBytes / scanBytes, std::int64_t{1}) * scanBytes;
-  std::vector<std::uint8_t> bytes;
+  const auto scan = static_cast<std::int64_t>(r.channels.size());
+  const std::int64_t chunk = std::max(kChunkSamples / scan, std::int64_t{1}) * scan;
   std::vector<std::int16_t> counts;
-  const std::int64_t total = 2 * r.samples.count;
-  for (std::int64_t done = 0; done < total; done += chunkBytes) {
-    bytes.resize(static_cast<std::size_t>(std::min(chunkBytes, total - done)));
-    source.ReadPadded(r.samples.offset + done, bytes);
-    counts.resize(bytes.size() / 2);
-    for (std::size_t i = 0; i < counts.size(); ++i) {
-      counts[i] = LoadLittleEndian<std::int16_t>(&bytes[2 * i]);
-    }
+  for (std::int64_t done = 0; done < r.samples.count; done += chunk) {
+    counts.resize(static_cast<std::size_t>(std::min(chunk, r.samples.count - done)));
+    source.ReadSamples(r.samples.offset + 2 * done, counts);
     visit(counts);
   }
 }
 
 void FindPeaks(SourceFile& source, Recording& r) {
-  std::vector<std::uint8_t> firstScan(2 * r.channels.size());
-  source.ReadPadded(r.samples.offset, firstScan);
+  std::vector<std::int16_t> firstScan(r.channels.size());
+  source.ReadSamples(r.samples.offset, firstScan);
   for (std::size_t c = 0; c < r.channels.size(); ++c) {
-    const auto first = LoadLittleEndian<std::int16_t>(&firstScan[2 * c]);
+    const std::int16_t first = firstScan[c];
     DownscaledChannel& ch = r.channels[c];
     // The seed subtracts the offset before scaling where every other value
     // adds it after; kept on purpose (it can only widen the search).
@@ -174,16 +168,13 @@ void DownscaleAbfFile(Workbench& bench) {
   // an incomplete last scan included, stay as they were.
   ReplacementFile rescaled = RewriteOf(output);
   rescaled.WriteAt(0, bench.WorkHeader.Bytes());
-  std::int64_t position = r.samples.offset;
-  std::vector<std::uint8_t> bytes;
+  DataSectionWriter writer(rescaled.File(), r.samples.offset);
   const std::size_t n = r.channels.size();
   ForEachScanChunk(source, r, [&](std::vector<std::int16_t>& counts) {
-    bytes.resize(2 * counts.size());
     for (std::size_t i = 0; i < counts.size(); ++i) {
-      StoreLittleEndian<std::int16_t>(&bytes[2 * i], r.Rescaled(r.channels[i % n], counts[i]).value());
+      counts[i] = r.Rescaled(r.channels[i % n], counts[i]).value();
     }
-    rescaled.WriteAt(position, bytes);
-    position += static_cast<std::int64_t>(bytes.size());
+    writer.WriteSamples(counts);
   });
   rescaled.Commit();
   bench.List1.Add(output);

@@ -10,7 +10,6 @@
 #include "abf/ConvoraError.h"
 #include "abf/FileIo.h"
 #include "abf/GaussianFilter.h"
-#include "abf/LittleEndian.h"
 #include "abf/Numbers.h"
 #include "abf/ReplacementFile.h"
 #include "tools/AbfTools.h"
@@ -53,29 +52,20 @@ std::filesystem::path FilteredNameFor(const std::filesystem::path& source,
   return OutputNameFor(source, dotted ? "Filter.ABF" : "Filter" + newText + ".ABF");
 }
 
-std::vector<std::int16_t> ReadSamples(SourceFile& source, std::int64_t offset, std::int64_t count) {
-  std::vector<std::uint8_t> bytes(static_cast<std::size_t>(2 * count));
-  source.ReadPadded(offset, bytes);
-  std::vector<std::int16_t> samples(static_cast<std::size_t>(count));
-  for (std::size_t i = 0; i < samples.size(); ++i) {
-    samples[i] = LoadLittleEndian<std::int16_t>(&bytes[2 * i]);
-  }
-  return samples;
-}
-
 // Filters chunk by chunk, reading each chunk with the kernel's half-width of
 // neighbours on both sides, so memory stays bounded at any length.
 void WriteFiltered(SourceFile& source, const SampleSection& section, const GaussianKernel& kernel,
                    OutputFile& output) {
   DataSectionWriter writer(output, section.offset);
+  std::vector<std::int16_t> window;
   std::vector<std::int16_t> filtered;
   const std::int64_t reach = kernel.HalfWidth();
   for (std::int64_t first = 0; first < section.count; first += kChunkSamples) {
     const std::int64_t last = std::min(first + kChunkSamples, section.count);
     const std::int64_t windowStart = std::max<std::int64_t>(first - reach, 0);
     const std::int64_t windowEnd = std::min(last + reach, section.count);
-    const auto window =
-        ReadSamples(source, section.offset + 2 * windowStart, windowEnd - windowStart);
+    window.resize(static_cast<std::size_t>(windowEnd - windowStart));
+    source.ReadSamples(section.offset + 2 * windowStart, window);
     filtered.resize(static_cast<std::size_t>(last - first));
     if (!kernel.Apply(window, windowStart, section.count, first, filtered)) {
       throw ConvoraError("a filtered sample does not fit 16 bits");

@@ -34,7 +34,8 @@ struct ListedFile {
 
 ListedFile Examine(const std::filesystem::path& path) {
   SourceFile file(path);
-  ListedFile listed{path, ReadAbfHeader(path), {}};
+  ListedFile listed{path, {}, {}};
+  file.ReadPadded(0, listed.header.MutableBytes());
   try {
     listed.samples = LocateSamples(listed.header, file.Length());
   } catch (const ConvoraError& e) {
