@@ -1,6 +1,7 @@
 #include "abf/AbfOutput.h"
 
 #include <algorithm>
+#include <bit>
 #include <string>
 #include <utility>
 
@@ -38,6 +39,10 @@ std::optional<float> SecondsPerRunOf(const AbfHeader& header) {
 }
 
 void DataSectionWriter::WriteSamples(std::span<const std::int16_t> samples) {
+  if constexpr (std::endian::native == std::endian::little) {
+    WriteBytes({reinterpret_cast<const std::uint8_t*>(samples.data()), samples.size_bytes()});
+    return;
+  }
   scratch_.resize(samples.size() * 2);
   for (std::size_t i = 0; i < samples.size(); ++i) {
     StoreLittleEndian<std::int16_t>(&scratch_[2 * i], samples[i]);

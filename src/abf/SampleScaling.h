@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 
 #include "abf/AbfHeader.h"
 #include "abf/Numbers.h"
@@ -22,6 +23,11 @@ class Extremes {
     if (value < minimum_) minimum_ = value;
     if (value > maximum_) maximum_ = value;
   }
+  // The same as adding the values one by one, several lanes at a time. A zero
+  // extreme may come out with the other sign of zero; only its magnitude and
+  // its scaled count are ever used, and both are the same for 0 and -0.
+  void Add(std::span<const float> values);
+  void Add(std::span<const double> values);
 
   double Minimum() const { return minimum_; }
   double Maximum() const { return maximum_; }
@@ -32,6 +38,14 @@ class Extremes {
   double minimum_;
   double maximum_;
 };
+
+// Unit conversion in place: values[i] x factor, rounded to the values' own
+// type. AnyProductOverflows tells first whether some finite value would
+// become infinite that way, which each converter handles in its own way.
+bool AnyProductOverflows(std::span<const float> values, double factor);
+bool AnyProductOverflows(std::span<const double> values, double factor);
+void MultiplyEach(std::span<float> values, double factor);
+void MultiplyEach(std::span<double> values, double factor);
 
 // Which magnitude the sources that keep it so take as their range: the
 // smaller of |minimum| and |maximum| (|minimum| when |maximum| is larger).
@@ -66,6 +80,11 @@ class CountScaler {
   std::optional<std::int16_t> operator()(double value) const {
     return RoundToInt16(value * resolution_ * scaleFactor_ / range_ - 1.0);
   }
+  // counts[i] = (*this)(values[i]), with 0 for a value that does not fit;
+  // returns how many did not fit. Computed several lanes at a time with the
+  // same operations in the same order, so every count is the same.
+  std::size_t ToCounts(std::span<const float> values, std::span<std::int16_t> counts) const;
+  std::size_t ToCounts(std::span<const double> values, std::span<std::int16_t> counts) const;
 
  private:
   double resolution_;

@@ -2,63 +2,60 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstring>
 #include <type_traits>
+#include <cstring>
 #include <vector>
 
 #include "abf/ByteOrder.h"
-#include "abf/LittleEndian.h"
 
 namespace convora {
 
 namespace {
 
-// One loop per value type and byte order, so that each is a plain loop the
-// compiler can vectorise. On a little-endian machine the file's own order is
-// the machine's, and the values are copied out as they are.
+// Reverses the bytes of every value in place; a plain loop over integers of
+// the value's width, which the compiler turns into byte shuffles.
 template <typename Value>
-void Widen(const std::vector<std::uint8_t>& bytes, bool reverse, std::vector<double>& values) {
-  const std::size_t n = values.size();
-  if (!reverse && std::endian::native == std::endian::little) {
-    Value chunk[1024];
-    for (std::size_t start = 0; start < n; start += 1024) {
-      const std::size_t m = std::min<std::size_t>(1024, n - start);
-      std::memcpy(chunk, &bytes[sizeof(Value) * start], sizeof(Value) * m);
-      for (std::size_t i = 0; i < m; ++i) values[start + i] = chunk[i];
-    }
-    return;
-  }
-  for (std::size_t i = 0; i < n; ++i) {
-    const Value v = LoadLittleEndian<Value>(&bytes[sizeof(Value) * i]);
-    if constexpr (std::is_same_v<Value, float>) {
-      values[i] = reverse ? SwapSingle(v) : v;
-    } else {
-      values[i] = reverse ? SwapDouble(v) : v;
-    }
+void ReverseEach(std::span<Value> values) {
+  using Bits = std::conditional_t<sizeof(Value) == 4, std::uint32_t, std::uint64_t>;
+  for (Value& value : values) {
+    Bits bits;
+    std::memcpy(&bits, &value, sizeof bits);
+#if defined(__GNUC__)
+    bits = sizeof(Bits) == 4 ? __builtin_bswap32(static_cast<std::uint32_t>(bits))
+                             : __builtin_bswap64(bits);
+#else
+    bits = ReverseBytes(bits);
+#endif
+    std::memcpy(&value, &bits, sizeof bits);
   }
 }
 
 }  // namespace
 
-void ForEachValueChunk(SourceFile& source, std::int64_t offset, std::int64_t count, ValueType type,
-                       ByteOrder order, const std::function<void(std::span<const double>)>& visit) {
-  constexpr std::int64_t kChunkValues = 1 << 17;
-  const std::int64_t width = ValueBytes(type);
-  const bool reverse = order == ByteOrder::BigEndian;
-  std::vector<std::uint8_t> bytes;
-  std::vector<double> values;
+template <typename Value>
+void ReadValues(SourceFile& source, std::int64_t offset, ByteOrder order, std::span<Value> out) {
+  source.ReadPadded(offset, std::span(reinterpret_cast<std::uint8_t*>(out.data()), out.size_bytes()));
+  const bool storedLittle = order == ByteOrder::LittleEndian;
+  if (storedLittle != (std::endian::native == std::endian::little)) ReverseEach(out);
+}
+
+template <typename Value>
+void ForEachValueChunk(SourceFile& source, std::int64_t offset, std::int64_t count,
+                       ByteOrder order, const std::function<void(std::span<Value>)>& visit) {
+  constexpr std::int64_t kChunkValues = 1 << 15;
+  std::vector<Value> values;
   for (std::int64_t done = 0; done < count; done += kChunkValues) {
-    const auto n = static_cast<std::size_t>(std::min(kChunkValues, count - done));
-    bytes.resize(n * static_cast<std::size_t>(width));
-    values.resize(n);
-    source.ReadPadded(offset + done * width, bytes);
-    if (type == ValueType::Float32) {
-      Widen<float>(bytes, reverse, values);
-    } else {
-      Widen<double>(bytes, reverse, values);
-    }
+    values.resize(static_cast<std::size_t>(std::min(kChunkValues, count - done)));
+    ReadValues<Value>(source, offset + done * std::int64_t{sizeof(Value)}, order, values);
     visit(values);
   }
 }
+
+template void ReadValues<float>(SourceFile&, std::int64_t, ByteOrder, std::span<float>);
+template void ReadValues<double>(SourceFile&, std::int64_t, ByteOrder, std::span<double>);
+template void ForEachValueChunk<float>(SourceFile&, std::int64_t, std::int64_t, ByteOrder,
+                                       const std::function<void(std::span<float>)>&);
+template void ForEachValueChunk<double>(SourceFile&, std::int64_t, std::int64_t, ByteOrder,
+                                        const std::function<void(std::span<double>)>&);
 
 }  // namespace convora

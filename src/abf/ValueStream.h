@@ -14,12 +14,18 @@ namespace convora {
 enum class ValueType { Float32, Float64 };
 enum class ByteOrder { LittleEndian, BigEndian };
 
-// Calls `visit` with consecutive chunks of the `count` values that start at
-// byte `offset`, each value widened to double (exactly). Big-endian values are
-// reversed with the byte-order helpers; bytes past the end read as zero.
-void ForEachValueChunk(SourceFile& source, std::int64_t offset, std::int64_t count, ValueType type,
-                       ByteOrder order, const std::function<void(std::span<const double>)>& visit);
-
 inline std::int64_t ValueBytes(ValueType type) { return type == ValueType::Float32 ? 4 : 8; }
+
+// Fills `out` with the values (float or double) stored from byte `offset` in
+// `order`, as this machine holds them; bytes past the end read as zero.
+template <typename Value>
+void ReadValues(SourceFile& source, std::int64_t offset, ByteOrder order, std::span<Value> out);
+
+// Calls `visit` with consecutive chunks of the `count` values that start at
+// byte `offset`, read as ReadValues reads them. The chunks are small enough
+// to stay in the processor's cache while a converter works on them in place.
+template <typename Value>
+void ForEachValueChunk(SourceFile& source, std::int64_t offset, std::int64_t count,
+                       ByteOrder order, const std::function<void(std::span<Value>)>& visit);
 
 }  // namespace convora

@@ -15,6 +15,7 @@
 #include "abf/LittleEndian.h"
 #include "abf/Numbers.h"
 #include "abf/SampleScaling.h"
+#include "abf/ValueStream.h"
 
 // An Axograph file is a run of big-endian columns: the time column first, then
 // one column per recorded signal, each an 84-byte head (point count, 80-character
@@ -69,23 +70,21 @@ struct SignalColumn {
   std::optional<float> scaleFactor;  // nothing when its range gave none
 };
 
-// value(j) as the conversion holds it: the big-endian float times the unit
-// factor, rounded to a float. A product beyond the float range leaves the four
-// bytes as they were read, unreversed; kept on purpose, since the column's
-// extremes and samples were always computed from that.
-float ValueAt(const std::uint8_t* raw, double unitFactor) {
-  const float asRead = LoadLittleEndian<float>(raw);
-  return NarrowToSingle(static_cast<double>(SwapSingle(asRead)) * unitFactor).value_or(asRead);
-}
-
-// Values first ... first + count - 1 of a column, in `values`.
-void ReadValues(SourceFile& source, const SignalColumn& column, std::int64_t first,
-                std::int64_t count, std::vector<std::uint8_t>& bytes, std::vector<float>& values) {
-  bytes.resize(static_cast<std::size_t>(count * kValueBytes));
+// Values first ... first + count - 1 of a column, as the conversion holds
+// them: the big-endian float times the unit factor, rounded to a float. A
+// product beyond the float range leaves the four bytes as they were read,
+// unreversed; kept on purpose, since the column's extremes and samples were
+// always computed from that.
+void ReadColumn(SourceFile& source, const SignalColumn& column, std::int64_t first,
+                std::int64_t count, std::vector<float>& values) {
   values.resize(static_cast<std::size_t>(count));
-  source.ReadPadded(column.valuesAt + first * kValueBytes, bytes);
-  for (std::size_t i = 0; i < values.size(); ++i) {
-    values[i] = ValueAt(&bytes[i * kValueBytes], column.unitFactor);
+  ReadValues<float>(source, column.valuesAt + first * kValueBytes, ByteOrder::BigEndian, values);
+  if (!AnyProductOverflows(values, column.unitFactor)) {
+    MultiplyEach(values, column.unitFactor);
+    return;
+  }
+  for (float& value : values) {
+    value = NarrowToSingle(static_cast<double>(value) * column.unitFactor).value_or(SwapSingle(value));
   }
 }
 
@@ -111,12 +110,11 @@ SignalColumn ScanColumn(SourceFile& source, std::int64_t columnAt, std::int64_t 
   SignalColumn column{columnAt + kColumnHeadBytes, unitFactor, unit, std::nullopt};
 
   std::optional<Extremes> extremes;
-  std::vector<std::uint8_t> bytes;
   std::vector<float> values;
   for (std::int64_t first = 0; first < points; first += kChunkSamples) {
-    ReadValues(source, column, first, std::min(kChunkSamples, points - first), bytes, values);
+    ReadColumn(source, column, first, std::min(kChunkSamples, points - first), values);
     if (!extremes) extremes.emplace(values.front());
-    for (const float value : values) extremes->Add(value);
+    extremes->Add(values);
   }
   // The smaller magnitude: the larger side may run past full scale, and then
   // those samples overflow and stay 0 below.
@@ -190,16 +188,18 @@ void ConvertAxGr(Workbench& bench) {
   WriteAbfOutput(bench, [&](DataSectionWriter& out) {
     const std::int64_t framesPerChunk = std::max<std::int64_t>(1, kChunkSamples / channels);
     std::vector<std::int16_t> counts;
-    std::vector<std::uint8_t> bytes;
+    std::vector<std::int16_t> columnCounts;
     std::vector<float> values;
     for (std::int64_t first = 0; first < points; first += framesPerChunk) {
       const std::int64_t frames = std::min(framesPerChunk, points - first);
       counts.assign(static_cast<std::size_t>(frames * channels), 0);
       for (int k = 0; k < described; ++k) {
-        ReadValues(source, columns[k], first, frames, bytes, values);
-        for (std::size_t i = 0; i < values.size(); ++i) {
-          // A count beyond 16 bits is not stored: the sample stays 0.
-          counts[i * channels + k] = toCount[k](values[i]).value_or(0);
+        ReadColumn(source, columns[k], first, frames, values);
+        // A count beyond 16 bits is not stored: the sample stays 0.
+        columnCounts.resize(values.size());
+        toCount[k].ToCounts(values, columnCounts);
+        for (std::size_t i = 0; i < columnCounts.size(); ++i) {
+          counts[i * channels + k] = columnCounts[i];
         }
       }
       out.WriteSamples(counts);

@@ -68,24 +68,61 @@ std::optional<UnitConversion> UnitOf(std::string_view dUnits) {
   return std::nullopt;
 }
 
-// A value in the stored unit, at the wave's own width: a float product is
+// Values in the stored unit, at the wave's own width: a float product is
 // rounded back to a float, and one beyond the type's range cannot be held.
-double Scaled(double value, ValueType type, const std::optional<UnitConversion>& unit) {
-  if (!unit) return value;
-  const double product = value * unit->factor;
-  if (type == ValueType::Float32) {
-    if (auto single = NarrowToSingle(product)) return *single;
-  } else if (!std::isinf(product) || std::isinf(value)) {
-    return product;
+template <typename Value>
+void ToStoredUnit(std::span<Value> values, const std::optional<UnitConversion>& unit) {
+  if (!unit) return;
+  if (AnyProductOverflows(std::span<const Value>(values), unit->factor)) {
+    throw ConvoraError(std::string("a value converted to ") + unit->unit +
+                       " is beyond the range of " +
+                       (sizeof(Value) == 4 ? "a 32-bit" : "a 64-bit") + " float");
   }
-  throw ConvoraError(std::string("a value converted to ") + unit->unit + " is beyond the range of " +
-                     (type == ValueType::Float32 ? "a 32-bit" : "a 64-bit") + " float");
+  MultiplyEach(values, unit->factor);
 }
 
 // A NaN with the sign bit clear is taken as a gap and stored as 0; it prints
 // as a quiet NaN whatever its payload. A negative NaN is kept as it is, and
 // later fails to scale.
-bool IsGap(double value) { return std::isnan(value) && !std::signbit(value); }
+template <typename Value>
+bool IsGap(Value value) { return std::isnan(value) && !std::signbit(value); }
+
+// The wave's extremes, both starting at value(0) as it stands, so that a NaN
+// there leaves them NaN and the wave cannot be scaled. Gaps never move them,
+// as no NaN does.
+struct WaveScan {
+  std::optional<Extremes> extremes;
+  bool negativeNaN = false;
+};
+
+template <typename Value>
+WaveScan ScanWave(SourceFile& source, const WaveHeader& wave,
+                  const std::optional<UnitConversion>& unit) {
+  WaveScan scan;
+  ForEachValueChunk<Value>(source, kValuesAt, wave.npnts, wave.order, [&](std::span<Value> chunk) {
+    ToStoredUnit(chunk, unit);
+    if (!scan.extremes) scan.extremes.emplace(chunk.front());
+    scan.extremes->Add(std::span<const Value>(chunk));
+    for (const Value value : chunk) scan.negativeNaN |= std::isnan(value) && std::signbit(value);
+  });
+  return scan;
+}
+
+template <typename Value>
+void WriteWave(SourceFile& source, const WaveHeader& wave, const std::optional<UnitConversion>& unit,
+               const CountScaler& toCount, DataSectionWriter& out) {
+  std::vector<std::int16_t> counts;
+  ForEachValueChunk<Value>(source, kValuesAt, wave.npnts, wave.order, [&](std::span<Value> chunk) {
+    ToStoredUnit(chunk, unit);
+    for (Value& value : chunk) value = IsGap(value) ? Value{0} : value;
+    counts.resize(chunk.size());
+    // Cannot happen after the checks before the output opened; never write a wrapped count.
+    if (toCount.ToCounts(std::span<const Value>(chunk), counts) != 0) {
+      throw ConvoraError("a value does not fit a 16-bit sample");
+    }
+    out.WriteSamples(counts);
+  });
+}
 
 }  // namespace
 
@@ -103,26 +140,15 @@ void ConvertIgor(Workbench& bench) {
   }
   const auto unit = UnitOf(wave.dUnits);
 
-  // Both extremes start at value(0) as it stands, so a NaN there leaves them
-  // NaN and the wave cannot be scaled.
-  std::optional<Extremes> extremes;
-  bool negativeNaN = false;
-  ForEachValueChunk(source, kValuesAt, wave.npnts, type, wave.order,
-                    [&](std::span<const double> chunk) {
-                      for (const double raw : chunk) {
-                        const double value = Scaled(raw, type, unit);
-                        if (!extremes) extremes.emplace(value);
-                        if (IsGap(value)) continue;
-                        if (std::isnan(value)) negativeNaN = true;
-                        extremes->Add(value);
-                      }
-                    });
+  const WaveScan scan = type == ValueType::Float32 ? ScanWave<float>(source, wave, unit)
+                                                  : ScanWave<double>(source, wave, unit);
+  const Extremes& extremes = *scan.extremes;
 
   // Kept on purpose: when the peak is on the positive side the full-scale
   // reference is 1000 units whatever the data, else the maximum's magnitude.
   // Outputs are compared with earlier ones made this way.
-  const double high = extremes->MaximumMagnitude();
-  const double range = high > extremes->MinimumMagnitude() ? 1000.0 : high;
+  const double high = extremes.MaximumMagnitude();
+  const double range = high > extremes.MinimumMagnitude() ? 1000.0 : high;
 
   AbfHeader h = bench.TemplateHeader;
   h.Set(abf::lActualAcqLength, wave.npnts);
@@ -144,25 +170,17 @@ void ConvertIgor(Workbench& bench) {
                    scaleFactor);
 
   const CountScaler toCount(h, 0);
-  RequireCountsFit(toCount, *extremes);
-  if (negativeNaN) throw ConvoraError("the wave holds a negative NaN, which cannot be scaled");
+  RequireCountsFit(toCount, extremes);
+  if (scan.negativeNaN) throw ConvoraError("the wave holds a negative NaN, which cannot be scaled");
 
   bench.TemplateHeader = h;
   StampTemplate(bench);
   WriteAbfOutput(bench, [&](DataSectionWriter& out) {
-    std::vector<std::int16_t> counts;
-    ForEachValueChunk(source, kValuesAt, wave.npnts, type, wave.order,
-                      [&](std::span<const double> chunk) {
-                        counts.resize(chunk.size());
-                        for (std::size_t i = 0; i < chunk.size(); ++i) {
-                          const double value = Scaled(chunk[i], type, unit);
-                          const auto count = toCount(IsGap(value) ? 0.0 : value);
-                          // Cannot happen after the checks above; never write a wrapped count.
-                          if (!count) throw ConvoraError("a value does not fit a 16-bit sample");
-                          counts[i] = *count;
-                        }
-                        out.WriteSamples(counts);
-                      });
+    if (type == ValueType::Float32) {
+      WriteWave<float>(source, wave, unit, toCount, out);
+    } else {
+      WriteWave<double>(source, wave, unit, toCount, out);
+    }
   });
 }
 

@@ -49,11 +49,10 @@ void ScaleToPeak(AbfHeader& h, SourceFile& source, const DataBlock& block, std::
   h.Set(abf::fADCRange, 10.24f);
   h.Set(abf::lADCResolution, 32768);
   std::optional<Extremes> extremes;
-  ForEachValueChunk(source, block.offset, count, ValueType::Float32, order,
-                    [&](std::span<const double> values) {
-                      if (!extremes) extremes.emplace(values.front());
-                      for (const double v : values) extremes->Add(v);
-                    });
+  ForEachValueChunk<float>(source, block.offset, count, order, [&](std::span<float> values) {
+    if (!extremes) extremes.emplace(values.front());
+    extremes->Add(values);
+  });
   if (!extremes) return;
   const double low = extremes->MinimumMagnitude();
   const double high = extremes->MaximumMagnitude();
@@ -86,15 +85,13 @@ void ConvertUnknownBinary(Workbench& bench, const BinarySettings& settings) {
     }
     const CountScaler toCount(h, 0);
     std::vector<std::int16_t> counts;
-    ForEachValueChunk(source, block.offset, *samples, ValueType::Float32, OrderOf(settings),
-                      [&](std::span<const double> values) {
-                        counts.resize(values.size());
-                        for (std::size_t i = 0; i < values.size(); ++i) {
-                          // A value beyond 16 bits is left as the fresh array had it: 0.
-                          counts[i] = toCount(values[i]).value_or(0);
-                        }
-                        out.WriteSamples(counts);
-                      });
+    ForEachValueChunk<float>(source, block.offset, *samples, OrderOf(settings),
+                             [&](std::span<float> values) {
+                               counts.resize(values.size());
+                               // A value beyond 16 bits is left as the fresh array had it: 0.
+                               toCount.ToCounts(values, counts);
+                               out.WriteSamples(counts);
+                             });
   });
 }
 

@@ -1,0 +1,225 @@
+// The per-sample loops of SampleScaling.h, several lanes at a time. Each lane
+// does exactly what the one-value forms do: the same comparisons, and the same
+// products, quotient and rounding in double precision (the build allows no
+// fused or reordered arithmetic). Only the order in which the lanes of the
+// extremes are merged differs, which can change the sign of a zero extreme and
+// nothing else.
+//
+// GCC and Clang vector extensions give the lanes, as wide as the processor's
+// vectors: on x86-64 the AVX2 forms are chosen at run time when the processor
+// has them, and SSE2's otherwise. Without the extensions the scalar loops take
+// every value.
+
+#include <cmath>
+#include <cstddef>
+#include <cstring>
+#include <limits>
+
+#include "abf/Numbers.h"
+#include "abf/SampleScaling.h"
+
+#if defined(__GNUC__)
+#define CONVORA_LANES 1
+#else
+#define CONVORA_LANES 0
+#endif
+#if CONVORA_LANES && defined(__x86_64__)
+#define CONVORA_AVX2 1
+#else
+#define CONVORA_AVX2 0
+#endif
+
+namespace convora {
+namespace {
+
+#if CONVORA_LANES
+// `Bytes` bytes of T: one vector register of the target.
+template <typename T, std::size_t Bytes>
+using Lanes __attribute__((vector_size(Bytes))) = T;
+#endif
+
+constexpr std::size_t kNarrowBytes = 16;
+constexpr std::size_t kWideBytes = 32;
+
+template <typename Value, std::size_t Bytes>
+[[gnu::always_inline]] inline void MergeExtremes(std::span<const Value> values, double& minimum,
+                                                 double& maximum) {
+  // Lanes start beyond every value, so a NaN in them never settles there.
+  Value low = std::numeric_limits<Value>::infinity();
+  Value high = -low;
+  std::size_t i = 0;
+#if CONVORA_LANES
+  using Values = Lanes<Value, Bytes>;
+  constexpr std::size_t kWidth = Bytes / sizeof(Value);
+  Values lows = low - Values{};
+  Values highs = high - Values{};
+  for (; i + kWidth <= values.size(); i += kWidth) {
+    Values x;
+    std::memcpy(&x, &values[i], sizeof x);
+    lows = x < lows ? x : lows;
+    highs = x > highs ? x : highs;
+  }
+  for (std::size_t k = 0; k < kWidth; ++k) {
+    if (lows[k] < low) low = lows[k];
+    if (highs[k] > high) high = highs[k];
+  }
+#endif
+  for (; i < values.size(); ++i) {
+    if (values[i] < low) low = values[i];
+    if (values[i] > high) high = values[i];
+  }
+  if (low < minimum) minimum = low;
+  if (high > maximum) maximum = high;
+}
+
+struct ScaleFactors {
+  double resolution;
+  double scaleFactor;
+  double range;
+};
+
+template <typename Value, std::size_t Bytes>
+[[gnu::always_inline]] inline std::size_t ScaleToCounts(std::span<const Value> values,
+                                                        std::span<std::int16_t> counts,
+                                                        const ScaleFactors& f) {
+  std::size_t misfits = 0;
+  std::size_t i = 0;
+#if CONVORA_LANES
+  constexpr std::size_t kWidth = Bytes / sizeof(double);
+  using Doubles = Lanes<double, Bytes>;
+  using Masks = Lanes<std::int64_t, Bytes>;
+  using Values = Lanes<Value, kWidth * sizeof(Value)>;
+  using Int32s = Lanes<std::int32_t, kWidth * 4>;
+  using Int16s = Lanes<std::int16_t, kWidth * 2>;
+  // RoundTo's bounds and rounding, lane by lane.
+  constexpr double kLowest = -32768.5;
+  constexpr double kBeyond = 32767.5;
+  constexpr double kShift = 0x1.8p52;
+  Masks misfitLanes{};
+  for (; i + kWidth <= values.size(); i += kWidth) {
+    Values x;
+    std::memcpy(&x, &values[i], sizeof x);
+    const Doubles scaled =
+        __builtin_convertvector(x, Doubles) * f.resolution * f.scaleFactor / f.range - 1.0;
+    const Masks fits = (scaled >= kLowest) & (scaled < kBeyond);
+    const Doubles rounded = fits ? (scaled + kShift) - kShift : Doubles{};
+    const Int16s lane = __builtin_convertvector(__builtin_convertvector(rounded, Int32s), Int16s);
+    std::memcpy(&counts[i], &lane, sizeof lane);
+    misfitLanes += ~fits & 1;
+  }
+  for (std::size_t k = 0; k < kWidth; ++k) misfits += static_cast<std::size_t>(misfitLanes[k]);
+#endif
+  for (; i < values.size(); ++i) {
+    const auto count = RoundToInt16(values[i] * f.resolution * f.scaleFactor / f.range - 1.0);
+    counts[i] = count.value_or(0);
+    misfits += !count;
+  }
+  return misfits;
+}
+
+template <typename Value>
+[[gnu::always_inline]] inline bool ProductsOverflow(std::span<const Value> values, double factor) {
+  constexpr Value kInfinity = std::numeric_limits<Value>::infinity();
+  bool overflow = false;
+  for (const Value value : values) {
+    const auto product = static_cast<Value>(value * factor);
+    overflow |= (std::fabs(product) == kInfinity) & (std::fabs(value) != kInfinity);
+  }
+  return overflow;
+}
+
+template <typename Value>
+[[gnu::always_inline]] inline void Multiply(std::span<Value> values, double factor) {
+  for (Value& value : values) value = static_cast<Value>(value * factor);
+}
+
+// On x86-64 each kernel is compiled a second time for AVX2's 32-byte vectors,
+// and taken when the processor has them.
+#if CONVORA_AVX2
+bool HasAvx2() {
+  static const bool has = __builtin_cpu_supports("avx2");
+  return has;
+}
+
+template <typename Value>
+__attribute__((target("avx2"))) void WideExtremes(std::span<const Value> values, double& minimum,
+                                                  double& maximum) {
+  MergeExtremes<Value, kWideBytes>(values, minimum, maximum);
+}
+
+template <typename Value>
+__attribute__((target("avx2"))) std::size_t WideCounts(std::span<const Value> values,
+                                                       std::span<std::int16_t> counts,
+                                                       const ScaleFactors& factors) {
+  return ScaleToCounts<Value, kWideBytes>(values, counts, factors);
+}
+
+template <typename Value>
+__attribute__((target("avx2"))) bool WideOverflow(std::span<const Value> values, double factor) {
+  return ProductsOverflow(values, factor);
+}
+
+template <typename Value>
+__attribute__((target("avx2"))) void WideMultiply(std::span<Value> values, double factor) {
+  Multiply(values, factor);
+}
+#endif
+
+template <typename Value>
+void AddExtremes(std::span<const Value> values, double& minimum, double& maximum) {
+#if CONVORA_AVX2
+  if (HasAvx2()) return WideExtremes(values, minimum, maximum);
+#endif
+  MergeExtremes<Value, kNarrowBytes>(values, minimum, maximum);
+}
+
+template <typename Value>
+std::size_t CountsOf(std::span<const Value> values, std::span<std::int16_t> counts,
+                     const ScaleFactors& factors) {
+#if CONVORA_AVX2
+  if (HasAvx2()) return WideCounts(values, counts, factors);
+#endif
+  return ScaleToCounts<Value, kNarrowBytes>(values, counts, factors);
+}
+
+template <typename Value>
+bool Overflows(std::span<const Value> values, double factor) {
+#if CONVORA_AVX2
+  if (HasAvx2()) return WideOverflow(values, factor);
+#endif
+  return ProductsOverflow(values, factor);
+}
+
+template <typename Value>
+void MultiplyAll(std::span<Value> values, double factor) {
+#if CONVORA_AVX2
+  if (HasAvx2()) return WideMultiply(values, factor);
+#endif
+  Multiply(values, factor);
+}
+
+}  // namespace
+
+void Extremes::Add(std::span<const float> values) { AddExtremes(values, minimum_, maximum_); }
+void Extremes::Add(std::span<const double> values) { AddExtremes(values, minimum_, maximum_); }
+
+std::size_t CountScaler::ToCounts(std::span<const float> values,
+                                  std::span<std::int16_t> counts) const {
+  return CountsOf(values, counts, {resolution_, scaleFactor_, range_});
+}
+
+std::size_t CountScaler::ToCounts(std::span<const double> values,
+                                  std::span<std::int16_t> counts) const {
+  return CountsOf(values, counts, {resolution_, scaleFactor_, range_});
+}
+
+bool AnyProductOverflows(std::span<const float> values, double factor) {
+  return Overflows(values, factor);
+}
+bool AnyProductOverflows(std::span<const double> values, double factor) {
+  return Overflows(values, factor);
+}
+void MultiplyEach(std::span<float> values, double factor) { MultiplyAll(values, factor); }
+void MultiplyEach(std::span<double> values, double factor) { MultiplyAll(values, factor); }
+
+}  // namespace convora

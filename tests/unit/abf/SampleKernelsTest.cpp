@@ -1,0 +1,161 @@
+// The span forms of the scaling steps against their one-value forms, on data
+// that reaches every lane and every edge: NaNs of both signs, infinities,
+// zeros of both signs, exact halves between counts and the 16-bit bounds.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <optional>
+#include <random>
+#include <span>
+#include <vector>
+
+#include "abf/AbfHeader.h"
+#include "abf/Numbers.h"
+#include "abf/SampleScaling.h"
+
+namespace convora {
+namespace {
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInf = std::numeric_limits<double>::infinity();
+
+// counts = value x 32768 x factor / 32768 - 1: with factor 1 a value's count
+// is the value less one, so halves and bounds can be placed exactly.
+CountScaler ScalerWith(float factor) {
+  AbfHeader h;
+  h.Set(abf::lADCResolution, 32768);
+  h.Set(abf::fADCRange, 32768.0f);
+  h.Set(abf::fInstrumentScaleFactor, 0, factor);
+  return CountScaler(h, 0);
+}
+
+template <typename Value>
+std::vector<Value> Awkward(std::size_t n, double scale) {
+  std::mt19937_64 random(n);
+  std::normal_distribution<double> normal(0.0, scale);
+  std::vector<Value> values(n);
+  for (auto& v : values) v = static_cast<Value>(normal(random));
+  const double special[] = {kNaN, -kNaN, kInf, -kInf, 0.0, -0.0, 0.5, 1.5, 2.5, -0.5,
+                            -32767.5, -32767.25, 32768.5, 32768.25, 1e300, -1e300};
+  for (std::size_t k = 0; k < std::size(special); ++k) {
+    values[(k * 37 + 5) % n] = static_cast<Value>(special[k]);
+  }
+  return values;
+}
+
+template <typename Value>
+void ExpectCountsMatchOneByOne(std::span<const Value> values, const CountScaler& toCount) {
+  std::vector<std::int16_t> counts(values.size(), 12345);
+  const std::size_t misfits = toCount.ToCounts(values, counts);
+  std::size_t expectedMisfits = 0;
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    const std::optional<std::int16_t> one = toCount(values[i]);
+    expectedMisfits += !one;
+    ASSERT_EQ(counts[i], one.value_or(0)) << "value " << values[i] << " at " << i;
+  }
+  EXPECT_EQ(misfits, expectedMisfits);
+}
+
+template <typename Value>
+void ExpectSameExtremes(std::span<const Value> values) {
+  Extremes oneByOne(values.front());
+  for (const Value v : values) oneByOne.Add(v);
+  Extremes lanes(values.front());
+  lanes.Add(values);
+  // A zero extreme may differ in sign only; a NaN one stays NaN.
+  const auto same = [](double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); };
+  EXPECT_PRED2(same, lanes.MinimumMagnitude(), oneByOne.MinimumMagnitude());
+  EXPECT_PRED2(same, lanes.MaximumMagnitude(), oneByOne.MaximumMagnitude());
+}
+
+template <typename Value>
+class SampleKernels : public testing::Test {};
+using ValueTypes = testing::Types<float, double>;
+TYPED_TEST_SUITE(SampleKernels, ValueTypes);
+
+TYPED_TEST(SampleKernels, CountsEqualTheOneValueScalingAtEveryLengthAndAlignment) {
+  const auto values = Awkward<TypeParam>(1031, 20000.0);
+  for (const float factor : {1.0f, 0.37f, 1e-30f}) {
+    const CountScaler toCount = ScalerWith(factor);
+    for (const std::size_t start : {0, 1, 3}) {
+      for (const std::size_t length : {0, 1, 7, 8, 9, 33, 1000}) {
+        ExpectCountsMatchOneByOne(std::span<const TypeParam>(values).subspan(start, length),
+                                  toCount);
+      }
+    }
+  }
+}
+
+TYPED_TEST(SampleKernels, HalvesRoundToEvenAndTheBoundsAreRoundTosOwn) {
+  // Counts are value - 1: 1.5 -> 0.5 -> 0, 2.5 -> 1.5 -> 2, -32767.5 ->
+  // -32768.5 -> -32768 (the lowest half rounds up into range), 32768.5 ->
+  // 32767.5 (out of range).
+  std::vector<TypeParam> values(16, TypeParam{1});
+  values[3] = TypeParam(1.5);
+  values[4] = TypeParam(2.5);
+  values[9] = TypeParam(-32767.5);
+  values[10] = TypeParam(32768.5);
+  values[11] = TypeParam(-32767.6);
+  std::vector<std::int16_t> counts(values.size());
+  EXPECT_EQ(ScalerWith(1.0f).ToCounts(values, counts), 2u);
+  EXPECT_EQ(counts[0], 0);
+  EXPECT_EQ(counts[3], 0);
+  EXPECT_EQ(counts[4], 2);
+  EXPECT_EQ(counts[9], -32768);
+  EXPECT_EQ(counts[10], 0);
+  EXPECT_EQ(counts[11], 0);
+}
+
+TYPED_TEST(SampleKernels, ExtremesEqualAddingOneByOne) {
+  const auto values = Awkward<TypeParam>(1031, 3.0);
+  for (const std::size_t length : {1, 8, 17, 1031}) {
+    ExpectSameExtremes(std::span<const TypeParam>(values).first(length));
+  }
+  // A NaN first value holds both extremes at NaN; a NaN later moves nothing.
+  std::vector<TypeParam> nanFirst(40, TypeParam{2});
+  nanFirst[0] = TypeParam(kNaN);
+  ExpectSameExtremes<TypeParam>(nanFirst);
+  std::vector<TypeParam> nanLater(40, TypeParam{-2});
+  nanLater[21] = TypeParam(kNaN);
+  nanLater[22] = TypeParam(7);
+  Extremes extremes(nanLater.front());
+  extremes.Add(std::span<const TypeParam>(nanLater));
+  EXPECT_EQ(extremes.Minimum(), -2.0);
+  EXPECT_EQ(extremes.Maximum(), 7.0);
+}
+
+TEST(SampleKernels, ProductOverflowIsAFiniteValueThatTheProductMakesInfinite) {
+  std::vector<float> singles(21, 1.0f);
+  EXPECT_FALSE(AnyProductOverflows(singles, 1e12));
+  singles[13] = std::numeric_limits<float>::infinity();  // already infinite: not an overflow
+  singles[14] = std::numeric_limits<float>::quiet_NaN();
+  EXPECT_FALSE(AnyProductOverflows(singles, 1e12));
+  singles[20] = 3.5e26f;  // x 1e12 passes the float range
+  EXPECT_TRUE(AnyProductOverflows(singles, 1e12));
+
+  std::vector<double> doubles(9, 1.0);
+  doubles[8] = 1e300;
+  EXPECT_TRUE(AnyProductOverflows(doubles, 1e12));
+  EXPECT_FALSE(AnyProductOverflows(doubles, 1000.0));
+}
+
+TEST(SampleKernels, MultiplyEachRoundsEveryProductToTheValuesType) {
+  const auto values = Awkward<float>(257, 1e-9);
+  std::vector<float> multiplied = values;
+  MultiplyEach(multiplied, 1e12);
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    const auto expected = NarrowToSingle(static_cast<double>(values[i]) * 1e12);
+    ASSERT_TRUE(expected.has_value());
+    if (std::isnan(*expected)) {
+      EXPECT_TRUE(std::isnan(multiplied[i]));
+    } else {
+      EXPECT_EQ(multiplied[i], *expected) << i;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace convora
