@@ -7,6 +7,7 @@
 #include <array>
 #include <bit>
 #include <cstdint>
+#include <span>
 
 namespace convora {
 
@@ -21,5 +22,9 @@ inline std::int16_t SwapInt16(std::int16_t value) { return ReverseBytes(value); 
 inline std::int32_t SwapInt32(std::int32_t value) { return ReverseBytes(value); }
 inline float SwapSingle(float value) { return ReverseBytes(value); }
 inline double SwapDouble(double value) { return ReverseBytes(value); }
+
+// Reverses the bytes of every value in place, several at a time.
+void ReverseBytesOfEach(std::span<float> values);
+void ReverseBytesOfEach(std::span<double> values);
 
 }  // namespace convora

@@ -14,7 +14,9 @@
 #include <cstddef>
 #include <cstring>
 #include <limits>
+#include <type_traits>
 
+#include "abf/ByteOrder.h"
 #include "abf/Numbers.h"
 #include "abf/SampleScaling.h"
 
@@ -117,20 +119,70 @@ template <typename Value, std::size_t Bytes>
   return misfits;
 }
 
-template <typename Value>
-[[gnu::always_inline]] inline bool ProductsOverflow(std::span<const Value> values, double factor) {
-  constexpr Value kInfinity = std::numeric_limits<Value>::infinity();
-  bool overflow = false;
-  for (const Value value : values) {
-    const auto product = static_cast<Value>(value * factor);
-    overflow |= (std::fabs(product) == kInfinity) & (std::fabs(value) != kInfinity);
-  }
-  return overflow;
+#if CONVORA_LANES
+// Whether any lane of a comparison's mask is set, tested as whole words.
+template <typename Mask>
+[[gnu::always_inline]] inline bool AnyLane(const Mask& mask) {
+  std::uint64_t words[sizeof(Mask) / 8];
+  std::memcpy(words, &mask, sizeof words);
+  std::uint64_t any = 0;
+  for (const std::uint64_t word : words) any |= word;
+  return any != 0;
 }
+#endif
 
 template <typename Value>
-[[gnu::always_inline]] inline void Multiply(std::span<Value> values, double factor) {
-  for (Value& value : values) value = static_cast<Value>(value * factor);
+[[gnu::always_inline]] inline bool ProductOverflows(Value value, Value product) {
+  constexpr Value kInfinity = std::numeric_limits<Value>::infinity();
+  return std::fabs(product) == kInfinity && std::fabs(value) != kInfinity;
+}
+
+template <typename Value, std::size_t Bytes>
+[[gnu::always_inline]] inline std::size_t Multiply(std::span<Value> values, double factor) {
+  std::size_t i = 0;
+#if CONVORA_LANES
+  constexpr Value kInfinity = std::numeric_limits<Value>::infinity();
+  constexpr std::size_t kWidth = Bytes / sizeof(double);
+  using Doubles = Lanes<double, Bytes>;
+  using Values = Lanes<Value, kWidth * sizeof(Value)>;
+  for (; i + kWidth <= values.size(); i += kWidth) {
+    Values x;
+    std::memcpy(&x, &values[i], sizeof x);
+    const Values product =
+        __builtin_convertvector(__builtin_convertvector(x, Doubles) * factor, Values);
+    const auto overflows = ((product == kInfinity) | (product == -kInfinity)) & (x != kInfinity) &
+                           (x != -kInfinity);
+    if (AnyLane(overflows)) break;  // the scalar loop below finds which
+    std::memcpy(&values[i], &product, sizeof product);
+  }
+#endif
+  for (; i < values.size(); ++i) {
+    const auto product = static_cast<Value>(values[i] * factor);
+    if (ProductOverflows(values[i], product)) return i;
+    values[i] = product;
+  }
+  return values.size();
+}
+
+// A plain loop over integers of the value's width, which compilers turn into
+// byte shuffles.
+template <typename Value>
+[[gnu::always_inline]] inline void ReverseEach(std::span<Value> values) {
+  using Bits = std::conditional_t<sizeof(Value) == 4, std::uint32_t, std::uint64_t>;
+  for (Value& value : values) {
+    Bits bits;
+    std::memcpy(&bits, &value, sizeof bits);
+#if defined(__GNUC__)
+    if constexpr (sizeof(Bits) == 4) {
+      bits = __builtin_bswap32(bits);
+    } else {
+      bits = __builtin_bswap64(bits);
+    }
+#else
+    bits = ReverseBytes(bits);
+#endif
+    std::memcpy(&value, &bits, sizeof bits);
+  }
 }
 
 // On x86-64 each kernel is compiled a second time for AVX2's 32-byte vectors,
@@ -155,13 +207,13 @@ __attribute__((target("avx2"))) std::size_t WideCounts(std::span<const Value> va
 }
 
 template <typename Value>
-__attribute__((target("avx2"))) bool WideOverflow(std::span<const Value> values, double factor) {
-  return ProductsOverflow(values, factor);
+__attribute__((target("avx2"))) std::size_t WideMultiply(std::span<Value> values, double factor) {
+  return Multiply<Value, kWideBytes>(values, factor);
 }
 
 template <typename Value>
-__attribute__((target("avx2"))) void WideMultiply(std::span<Value> values, double factor) {
-  Multiply(values, factor);
+__attribute__((target("avx2"))) void WideReverse(std::span<Value> values) {
+  ReverseEach(values);
 }
 #endif
 
@@ -183,19 +235,19 @@ std::size_t CountsOf(std::span<const Value> values, std::span<std::int16_t> coun
 }
 
 template <typename Value>
-bool Overflows(std::span<const Value> values, double factor) {
-#if CONVORA_AVX2
-  if (HasAvx2()) return WideOverflow(values, factor);
-#endif
-  return ProductsOverflow(values, factor);
-}
-
-template <typename Value>
-void MultiplyAll(std::span<Value> values, double factor) {
+std::size_t MultiplyAll(std::span<Value> values, double factor) {
 #if CONVORA_AVX2
   if (HasAvx2()) return WideMultiply(values, factor);
 #endif
-  Multiply(values, factor);
+  return Multiply<Value, kNarrowBytes>(values, factor);
+}
+
+template <typename Value>
+void ReverseAll(std::span<Value> values) {
+#if CONVORA_AVX2
+  if (HasAvx2()) return WideReverse(values);
+#endif
+  ReverseEach(values);
 }
 
 }  // namespace
@@ -213,13 +265,13 @@ std::size_t CountScaler::ToCounts(std::span<const double> values,
   return CountsOf(values, counts, {resolution_, scaleFactor_, range_});
 }
 
-bool AnyProductOverflows(std::span<const float> values, double factor) {
-  return Overflows(values, factor);
+std::size_t MultiplyWithinRange(std::span<float> values, double factor) {
+  return MultiplyAll(values, factor);
 }
-bool AnyProductOverflows(std::span<const double> values, double factor) {
-  return Overflows(values, factor);
+std::size_t MultiplyWithinRange(std::span<double> values, double factor) {
+  return MultiplyAll(values, factor);
 }
-void MultiplyEach(std::span<float> values, double factor) { MultiplyAll(values, factor); }
-void MultiplyEach(std::span<double> values, double factor) { MultiplyAll(values, factor); }
+void ReverseBytesOfEach(std::span<float> values) { ReverseAll(values); }
+void ReverseBytesOfEach(std::span<double> values) { ReverseAll(values); }
 
 }  // namespace convora

@@ -40,12 +40,12 @@ class Extremes {
 };
 
 // Unit conversion in place: values[i] x factor, rounded to the values' own
-// type. AnyProductOverflows tells first whether some finite value would
-// become infinite that way, which each converter handles in its own way.
-bool AnyProductOverflows(std::span<const float> values, double factor);
-bool AnyProductOverflows(std::span<const double> values, double factor);
-void MultiplyEach(std::span<float> values, double factor);
-void MultiplyEach(std::span<double> values, double factor);
+// type, from the first value on and up to the first finite one whose product
+// the type cannot hold (it would become infinite). Returns how many values
+// were converted: values.size() when every product fits. The values from
+// there on are left as they were, for the converter to handle in its own way.
+std::size_t MultiplyWithinRange(std::span<float> values, double factor);
+std::size_t MultiplyWithinRange(std::span<double> values, double factor);
 
 // Which magnitude the sources that keep it so take as their range: the
 // smaller of |minimum| and |maximum| (|minimum| when |maximum| is larger).

@@ -2,41 +2,17 @@
 
 #include <algorithm>
 #include <bit>
-#include <type_traits>
-#include <cstring>
 #include <vector>
 
 #include "abf/ByteOrder.h"
 
 namespace convora {
 
-namespace {
-
-// Reverses the bytes of every value in place; a plain loop over integers of
-// the value's width, which the compiler turns into byte shuffles.
-template <typename Value>
-void ReverseEach(std::span<Value> values) {
-  using Bits = std::conditional_t<sizeof(Value) == 4, std::uint32_t, std::uint64_t>;
-  for (Value& value : values) {
-    Bits bits;
-    std::memcpy(&bits, &value, sizeof bits);
-#if defined(__GNUC__)
-    bits = sizeof(Bits) == 4 ? __builtin_bswap32(static_cast<std::uint32_t>(bits))
-                             : __builtin_bswap64(bits);
-#else
-    bits = ReverseBytes(bits);
-#endif
-    std::memcpy(&value, &bits, sizeof bits);
-  }
-}
-
-}  // namespace
-
 template <typename Value>
 void ReadValues(SourceFile& source, std::int64_t offset, ByteOrder order, std::span<Value> out) {
   source.ReadPadded(offset, std::span(reinterpret_cast<std::uint8_t*>(out.data()), out.size_bytes()));
   const bool storedLittle = order == ByteOrder::LittleEndian;
-  if (storedLittle != (std::endian::native == std::endian::little)) ReverseEach(out);
+  if (storedLittle != (std::endian::native == std::endian::little)) ReverseBytesOfEach(out);
 }
 
 template <typename Value>

@@ -79,11 +79,8 @@ void ReadColumn(SourceFile& source, const SignalColumn& column, std::int64_t fir
                 std::int64_t count, std::vector<float>& values) {
   values.resize(static_cast<std::size_t>(count));
   ReadValues<float>(source, column.valuesAt + first * kValueBytes, ByteOrder::BigEndian, values);
-  if (!AnyProductOverflows(values, column.unitFactor)) {
-    MultiplyEach(values, column.unitFactor);
-    return;
-  }
-  for (float& value : values) {
+  const std::size_t converted = MultiplyWithinRange(values, column.unitFactor);
+  for (float& value : std::span(values).subspan(converted)) {
     value = NarrowToSingle(static_cast<double>(value) * column.unitFactor).value_or(SwapSingle(value));
   }
 }

@@ -1,12 +1,15 @@
 #include "formats/IgorBinary.h"
 
 #include <array>
+#include <bit>
 #include <cmath>
+#include <limits>
 #include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 #include "abf/ByteOrder.h"
@@ -73,19 +76,39 @@ std::optional<UnitConversion> UnitOf(std::string_view dUnits) {
 template <typename Value>
 void ToStoredUnit(std::span<Value> values, const std::optional<UnitConversion>& unit) {
   if (!unit) return;
-  if (AnyProductOverflows(std::span<const Value>(values), unit->factor)) {
+  if (MultiplyWithinRange(values, unit->factor) != values.size()) {
     throw ConvoraError(std::string("a value converted to ") + unit->unit +
                        " is beyond the range of " +
                        (sizeof(Value) == 4 ? "a 32-bit" : "a 64-bit") + " float");
   }
-  MultiplyEach(values, unit->factor);
 }
 
 // A NaN with the sign bit clear is taken as a gap and stored as 0; it prints
 // as a quiet NaN whatever its payload. A negative NaN is kept as it is, and
-// later fails to scale.
+// later fails to scale. Both are told by their bits, in loops the compiler
+// can vectorise: as a signed integer a gap lies above +infinity, and as an
+// unsigned one a negative NaN lies above -infinity.
 template <typename Value>
-bool IsGap(Value value) { return std::isnan(value) && !std::signbit(value); }
+using SignedBits = std::conditional_t<sizeof(Value) == 4, std::int32_t, std::int64_t>;
+template <typename Value>
+using UnsignedBits = std::make_unsigned_t<SignedBits<Value>>;
+
+template <typename Value>
+void GapsToZero(std::span<Value> values) {
+  constexpr auto kInfinity = std::bit_cast<SignedBits<Value>>(std::numeric_limits<Value>::infinity());
+  for (Value& value : values) {
+    value = std::bit_cast<SignedBits<Value>>(value) > kInfinity ? Value{0} : value;
+  }
+}
+
+template <typename Value>
+bool AnyNegativeNaN(std::span<const Value> values) {
+  constexpr auto kNegativeInfinity =
+      std::bit_cast<UnsignedBits<Value>>(-std::numeric_limits<Value>::infinity());
+  UnsignedBits<Value> found = 0;
+  for (const Value value : values) found |= std::bit_cast<UnsignedBits<Value>>(value) > kNegativeInfinity;
+  return found != 0;
+}
 
 // The wave's extremes, both starting at value(0) as it stands, so that a NaN
 // there leaves them NaN and the wave cannot be scaled. Gaps never move them,
@@ -103,7 +126,7 @@ WaveScan ScanWave(SourceFile& source, const WaveHeader& wave,
     ToStoredUnit(chunk, unit);
     if (!scan.extremes) scan.extremes.emplace(chunk.front());
     scan.extremes->Add(std::span<const Value>(chunk));
-    for (const Value value : chunk) scan.negativeNaN |= std::isnan(value) && std::signbit(value);
+    scan.negativeNaN = scan.negativeNaN || AnyNegativeNaN<Value>(chunk);
   });
   return scan;
 }
@@ -114,7 +137,7 @@ void WriteWave(SourceFile& source, const WaveHeader& wave, const std::optional<U
   std::vector<std::int16_t> counts;
   ForEachValueChunk<Value>(source, kValuesAt, wave.npnts, wave.order, [&](std::span<Value> chunk) {
     ToStoredUnit(chunk, unit);
-    for (Value& value : chunk) value = IsGap(value) ? Value{0} : value;
+    GapsToZero(chunk);
     counts.resize(chunk.size());
     // Cannot happen after the checks before the output opened; never write a wrapped count.
     if (toCount.ToCounts(std::span<const Value>(chunk), counts) != 0) {

@@ -127,25 +127,28 @@ TYPED_TEST(SampleKernels, ExtremesEqualAddingOneByOne) {
   EXPECT_EQ(extremes.Maximum(), 7.0);
 }
 
-TEST(SampleKernels, ProductOverflowIsAFiniteValueThatTheProductMakesInfinite) {
+TEST(SampleKernels, MultiplyingStopsAtTheFirstFiniteValueWhoseProductOverflows) {
   std::vector<float> singles(21, 1.0f);
-  EXPECT_FALSE(AnyProductOverflows(singles, 1e12));
   singles[13] = std::numeric_limits<float>::infinity();  // already infinite: not an overflow
   singles[14] = std::numeric_limits<float>::quiet_NaN();
-  EXPECT_FALSE(AnyProductOverflows(singles, 1e12));
-  singles[20] = 3.5e26f;  // x 1e12 passes the float range
-  EXPECT_TRUE(AnyProductOverflows(singles, 1e12));
+  singles[18] = 3.5e26f;  // x 1e12 passes the float range
+  singles[20] = 3.5e26f;
+  EXPECT_EQ(MultiplyWithinRange(singles, 1e12), 18u);
+  EXPECT_EQ(singles[17], 1e12f);
+  EXPECT_EQ(singles[13], std::numeric_limits<float>::infinity());
+  EXPECT_EQ(singles[18], 3.5e26f);  // left for the caller
+  EXPECT_EQ(singles[19], 1.0f);
 
   std::vector<double> doubles(9, 1.0);
   doubles[8] = 1e300;
-  EXPECT_TRUE(AnyProductOverflows(doubles, 1e12));
-  EXPECT_FALSE(AnyProductOverflows(doubles, 1000.0));
+  EXPECT_EQ(MultiplyWithinRange(std::span(doubles).first(8), 1e12), 8u);
+  EXPECT_EQ(MultiplyWithinRange(std::span(doubles).last(1), 1e12), 0u);
 }
 
-TEST(SampleKernels, MultiplyEachRoundsEveryProductToTheValuesType) {
+TEST(SampleKernels, MultiplyingRoundsEveryProductToTheValuesType) {
   const auto values = Awkward<float>(257, 1e-9);
   std::vector<float> multiplied = values;
-  MultiplyEach(multiplied, 1e12);
+  ASSERT_EQ(MultiplyWithinRange(multiplied, 1e12), multiplied.size());
   for (std::size_t i = 0; i < values.size(); ++i) {
     const auto expected = NarrowToSingle(static_cast<double>(values[i]) * 1e12);
     ASSERT_TRUE(expected.has_value());
