@@ -15,10 +15,15 @@ void ReadValues(SourceFile& source, std::int64_t offset, ByteOrder order, std::s
   if (storedLittle != (std::endian::native == std::endian::little)) ReverseBytesOfEach(out);
 }
 
+namespace {
+// Values per chunk handed to a converter: small enough to stay in the
+// processor's cache while it works on them.
+constexpr std::int64_t kChunkValues = 1 << 15;
+}  // namespace
+
 template <typename Value>
 void ForEachValueChunk(SourceFile& source, std::int64_t offset, std::int64_t count,
                        ByteOrder order, const std::function<void(std::span<Value>)>& visit) {
-  constexpr std::int64_t kChunkValues = 1 << 15;
   std::vector<Value> values;
   for (std::int64_t done = 0; done < count; done += kChunkValues) {
     values.resize(static_cast<std::size_t>(std::min(kChunkValues, count - done)));
@@ -27,11 +32,40 @@ void ForEachValueChunk(SourceFile& source, std::int64_t offset, std::int64_t cou
   }
 }
 
+template <typename Value>
+void ForEachStoredValueChunk(SourceFile& source, std::int64_t offset, std::int64_t count,
+                             ByteOrder order,
+                             const std::function<void(std::span<const Value>)>& visit) {
+  // Mapped windows stay small enough to keep the resident set bounded.
+  constexpr std::int64_t kWindowValues = (8 << 20) / sizeof(Value);
+  constexpr std::int64_t kWidth = sizeof(Value);
+  const bool nativeOrder =
+      (order == ByteOrder::LittleEndian) == (std::endian::native == std::endian::little);
+  std::int64_t done = 0;
+  if (nativeOrder && offset % kWidth == 0) {
+    for (; done < count; done += kWindowValues) {
+      const std::int64_t n = std::min(kWindowValues, count - done);
+      const MappedBytes window(source, offset + done * kWidth, static_cast<std::size_t>(n * kWidth));
+      if (window.Bytes().empty()) break;  // read the rest instead
+      const std::span<const Value> values(reinterpret_cast<const Value*>(window.Bytes().data()),
+                                          static_cast<std::size_t>(n));
+      for (std::size_t first = 0; first < values.size(); first += kChunkValues) {
+        visit(values.subspan(first, std::min<std::size_t>(kChunkValues, values.size() - first)));
+      }
+    }
+  }
+  if (done >= count) return;
+  ForEachValueChunk<Value>(source, offset + done * kWidth, count - done, order,
+                           [&](std::span<Value> values) { visit(values); });
+}
+
 template void ReadValues<float>(SourceFile&, std::int64_t, ByteOrder, std::span<float>);
 template void ReadValues<double>(SourceFile&, std::int64_t, ByteOrder, std::span<double>);
 template void ForEachValueChunk<float>(SourceFile&, std::int64_t, std::int64_t, ByteOrder,
                                        const std::function<void(std::span<float>)>&);
 template void ForEachValueChunk<double>(SourceFile&, std::int64_t, std::int64_t, ByteOrder,
                                         const std::function<void(std::span<double>)>&);
+template void ForEachStoredValueChunk<float>(SourceFile&, std::int64_t, std::int64_t, ByteOrder,
+                                             const std::function<void(std::span<const float>)>&);
 
 }  // namespace convora

@@ -28,4 +28,13 @@ template <typename Value>
 void ForEachValueChunk(SourceFile& source, std::int64_t offset, std::int64_t count,
                        ByteOrder order, const std::function<void(std::span<Value>)>& visit);
 
+// The same values, read-only. Where they are stored in this machine's order,
+// aligned, and wholly inside the file, the chunks are views of the file
+// mapped into memory, larger and copied nowhere; otherwise they are read as
+// ForEachValueChunk reads them.
+template <typename Value>
+void ForEachStoredValueChunk(SourceFile& source, std::int64_t offset, std::int64_t count,
+                             ByteOrder order,
+                             const std::function<void(std::span<const Value>)>& visit);
+
 }  // namespace convora

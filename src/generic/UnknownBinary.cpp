@@ -49,10 +49,11 @@ void ScaleToPeak(AbfHeader& h, SourceFile& source, const DataBlock& block, std::
   h.Set(abf::fADCRange, 10.24f);
   h.Set(abf::lADCResolution, 32768);
   std::optional<Extremes> extremes;
-  ForEachValueChunk<float>(source, block.offset, count, order, [&](std::span<float> values) {
-    if (!extremes) extremes.emplace(values.front());
-    extremes->Add(values);
-  });
+  ForEachStoredValueChunk<float>(source, block.offset, count, order,
+                                 [&](std::span<const float> values) {
+                                   if (!extremes) extremes.emplace(values.front());
+                                   extremes->Add(values);
+                                 });
   if (!extremes) return;
   const double low = extremes->MinimumMagnitude();
   const double high = extremes->MaximumMagnitude();
@@ -85,13 +86,13 @@ void ConvertUnknownBinary(Workbench& bench, const BinarySettings& settings) {
     }
     const CountScaler toCount(h, 0);
     std::vector<std::int16_t> counts;
-    ForEachValueChunk<float>(source, block.offset, *samples, OrderOf(settings),
-                             [&](std::span<float> values) {
-                               counts.resize(values.size());
-                               // A value beyond 16 bits is left as the fresh array had it: 0.
-                               toCount.ToCounts(values, counts);
-                               out.WriteSamples(counts);
-                             });
+    ForEachStoredValueChunk<float>(source, block.offset, *samples, OrderOf(settings),
+                                   [&](std::span<const float> values) {
+                                     counts.resize(values.size());
+                                     // A value beyond 16 bits is left as the fresh array had it: 0.
+                                     toCount.ToCounts(values, counts);
+                                     out.WriteSamples(counts);
+                                   });
   });
 }
 
