@@ -1,10 +1,13 @@
 #include "formats/IgorTextMac.h"
 
+#include <array>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "abf/ConvoraError.h"
@@ -24,30 +27,37 @@ namespace {
 constexpr std::int64_t kChunkBytes = 1 << 16;
 constexpr std::size_t kSamplesPerWrite = 1 << 15;
 
+// Which characters may belong to a number, one entry per byte value: the
+// scan asks this of every character of the file.
+constexpr std::array<bool, 256> kMayBelongToNumber = [] {
+  std::array<bool, 256> table{};
+  for (const char c : std::string_view("0123456789+-.eEdD \t")) {
+    table[static_cast<unsigned char>(c)] = true;
+  }
+  return table;
+}();
+
+inline bool MayBelongToNumber(char c) { return kMayBelongToNumber[static_cast<unsigned char>(c)]; }
+
 // The start of a piece, as much of it as its leading number can use: the
 // characters that may belong to a number, up to the first that cannot. A
 // piece of any length thus costs a bounded amount of memory; a number written
 // with more than kMaxNumberText characters is read from its first ones.
 class PieceNumber {
  public:
-  void Feed(char c) {
-    if (ended_) return;
-    if (text_.size() < kMaxNumberText && MayBelongToNumber(c)) {
-      text_ += c;
-    } else {
-      ended_ = true;
-    }
+  // Takes the characters of `run`, all of which may belong to a number.
+  void Feed(std::string_view run) {
+    const std::size_t room = kMaxNumberText - text_.size();
+    text_.append(run.substr(0, room));
+    if (run.size() >= room) ended_ = true;
   }
+  void End() { ended_ = true; }
+  bool Ended() const { return ended_; }
 
   double Value() const { return LeadingNumber(text_); }
 
  private:
   static constexpr std::size_t kMaxNumberText = 4096;
-
-  static bool MayBelongToNumber(char c) {
-    return (c >= '0' && c <= '9') || c == '+' || c == '-' || c == '.' || c == 'e' || c == 'E' ||
-           c == 'd' || c == 'D' || c == ' ' || c == '\t';
-  }
 
   std::string text_;
   bool ended_ = false;
@@ -55,7 +65,8 @@ class PieceNumber {
 
 // Calls `onValue` with the values of pieces 1, 2, ... in order, each the
 // number its piece starts with, in picoamperes; returns how many there were.
-// A separator or a number may straddle two chunks.
+// A separator or a number may straddle two chunks. Between the number and
+// the next carriage return nothing matters, so the scan jumps there.
 template <typename OnValue>
 std::int64_t ForEachValue(SourceFile& source, OnValue&& onValue) {
   std::vector<std::uint8_t> chunk(kChunkBytes);
@@ -73,17 +84,29 @@ std::int64_t ForEachValue(SourceFile& source, OnValue&& onValue) {
   };
   for (std::int64_t offset = 0; offset < source.Length(); offset += kChunkBytes) {
     const std::size_t got = source.ReadPadded(offset, chunk);
-    for (std::size_t i = 0; i < got; ++i) {
-      const char c = static_cast<char>(chunk[i]);
-      if (afterReturn && c == '\t') {
-        finishPiece();
-        number.emplace();
-        ++pieces;
+    const char* p = reinterpret_cast<const char*>(chunk.data());
+    const char* const end = p + got;
+    while (p < end) {
+      if (afterReturn) {
         afterReturn = false;
-        continue;
+        if (*p == '\t') {
+          finishPiece();
+          number.emplace();
+          ++pieces;
+          ++p;
+        }
       }
-      afterReturn = c == '\r';
-      if (number) number->Feed(c);
+      if (number && !number->Ended()) {
+        const char* q = p;
+        while (q < end && MayBelongToNumber(*q)) ++q;
+        number->Feed({p, static_cast<std::size_t>(q - p)});
+        if (q < end) number->End();
+        p = q;
+      }
+      const void* next = std::memchr(p, '\r', static_cast<std::size_t>(end - p));
+      if (next == nullptr) break;
+      p = static_cast<const char*>(next) + 1;
+      afterReturn = true;
     }
   }
   finishPiece();

@@ -2,7 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
+#include <charconv>
 #include <cmath>
+#include <cstdint>
+#include <random>
+#include <string>
 #include <limits>
 
 namespace convora {
@@ -26,6 +31,31 @@ INSTANTIATE_TEST_SUITE_P(Texts, LeadingNumberTest,
                                            LeadingCase{"5e-12\rrest", 5e-12},
                                            LeadingCase{"abc", 0}, LeadingCase{"", 0},
                                            LeadingCase{".", 0}, LeadingCase{"-", 0}));
+
+// Short numbers are computed without from_chars; whichever way a number
+// goes, its value must be the correctly rounded one from_chars gives.
+TEST(LeadingNumber, EveryFormGivesTheCorrectlyRoundedValue) {
+  std::mt19937_64 random(11);
+  const auto digits = [&](int n) {
+    std::string text;
+    for (int k = 0; k < n; ++k) text += static_cast<char>('0' + random() % 10);
+    return text;
+  };
+  for (int trial = 0; trial < 200000; ++trial) {
+    std::string number = (random() % 2 ? "-" : "") + digits(static_cast<int>(random() % 12));
+    if (random() % 2) number += "." + digits(static_cast<int>(random() % 14));
+    if (number.find_first_of("0123456789") == std::string::npos) number += "7";
+    std::string exponent;
+    if (random() % 2) exponent = "e" + std::to_string(static_cast<int>(random() % 61) - 30);
+    double expected = 0.0;
+    const std::string plain = number + exponent;
+    std::from_chars(plain.data(), plain.data() + plain.size(), expected);
+    const std::string written = number + (exponent.empty() ? "" : "D" + exponent.substr(1));
+    ASSERT_EQ(std::bit_cast<std::uint64_t>(LeadingNumber(written + "\t")),
+              std::bit_cast<std::uint64_t>(expected))
+        << written;
+  }
+}
 
 TEST(ParseWholeNumber, AcceptsOnlyANumberWithBlanksAround) {
   EXPECT_EQ(ParseWholeNumber(" 50 "), 50.0);
