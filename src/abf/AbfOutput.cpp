@@ -62,6 +62,18 @@ std::int64_t DataSectionWriter::CopyWithinSystem(const SourceFile& source, std::
   return copied;
 }
 
+std::span<std::int16_t> BatchedSamples::Next(std::size_t count) {
+  if (!samples_.empty() && samples_.size() + count > kBatchSamples) Finish();
+  const std::size_t start = samples_.size();
+  samples_.resize(start + count);
+  return std::span(samples_).subspan(start);
+}
+
+void BatchedSamples::Finish() {
+  out_.WriteSamples(samples_);
+  samples_.clear();
+}
+
 void WriteAbfFile(const AbfHeader& header, const std::filesystem::path& source,
                   const std::filesystem::path& output, const SampleProducer& produceSamples) {
   const std::int32_t dataBlock = header.Get(abf::lDataSectionPtr);

@@ -53,6 +53,23 @@ class DataSectionWriter {
   std::vector<std::uint8_t> scratch_;
 };
 
+// Gathers samples produced a chunk at a time into writes of about 1 MiB:
+// one large write costs the system less than many small ones.
+class BatchedSamples {
+ public:
+  explicit BatchedSamples(DataSectionWriter& out) : out_(out) {}
+
+  // Room for the next `count` samples, to be filled before the next call.
+  std::span<std::int16_t> Next(std::size_t count);
+  // Writes what is gathered; call once the last samples are filled.
+  void Finish();
+
+ private:
+  static constexpr std::size_t kBatchSamples = 1 << 19;
+  DataSectionWriter& out_;
+  std::vector<std::int16_t> samples_;
+};
+
 using SampleProducer = std::function<void(DataSectionWriter&)>;
 
 // Writes `header` at byte 0 of `output` and the samples from lDataSectionPtr x

@@ -184,12 +184,13 @@ void ConvertAxGr(Workbench& bench) {
 
   WriteAbfOutput(bench, [&](DataSectionWriter& out) {
     const std::int64_t framesPerChunk = std::max<std::int64_t>(1, kChunkSamples / channels);
-    std::vector<std::int16_t> counts;
+    BatchedSamples batch(out);
     std::vector<std::int16_t> columnCounts;
     std::vector<float> values;
     for (std::int64_t first = 0; first < points; first += framesPerChunk) {
       const std::int64_t frames = std::min(framesPerChunk, points - first);
-      counts.assign(static_cast<std::size_t>(frames * channels), 0);
+      const std::span<std::int16_t> counts = batch.Next(static_cast<std::size_t>(frames * channels));
+      std::fill(counts.begin(), counts.end(), std::int16_t{0});
       for (int k = 0; k < described; ++k) {
         ReadColumn(source, columns[k], first, frames, values);
         // A count beyond 16 bits is not stored: the sample stays 0.
@@ -199,8 +200,8 @@ void ConvertAxGr(Workbench& bench) {
           counts[i * channels + k] = columnCounts[i];
         }
       }
-      out.WriteSamples(counts);
     }
+    batch.Finish();
   });
 }
 

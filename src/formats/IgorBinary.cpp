@@ -134,17 +134,16 @@ WaveScan ScanWave(SourceFile& source, const WaveHeader& wave,
 template <typename Value>
 void WriteWave(SourceFile& source, const WaveHeader& wave, const std::optional<UnitConversion>& unit,
                const CountScaler& toCount, DataSectionWriter& out) {
-  std::vector<std::int16_t> counts;
+  BatchedSamples counts(out);
   ForEachValueChunk<Value>(source, kValuesAt, wave.npnts, wave.order, [&](std::span<Value> chunk) {
     ToStoredUnit(chunk, unit);
     GapsToZero(chunk);
-    counts.resize(chunk.size());
     // Cannot happen after the checks before the output opened; never write a wrapped count.
-    if (toCount.ToCounts(std::span<const Value>(chunk), counts) != 0) {
+    if (toCount.ToCounts(std::span<const Value>(chunk), counts.Next(chunk.size())) != 0) {
       throw ConvoraError("a value does not fit a 16-bit sample");
     }
-    out.WriteSamples(counts);
   });
+  counts.Finish();
 }
 
 }  // namespace

@@ -85,14 +85,13 @@ void ConvertUnknownBinary(Workbench& bench, const BinarySettings& settings) {
       return;
     }
     const CountScaler toCount(h, 0);
-    std::vector<std::int16_t> counts;
+    BatchedSamples counts(out);
     ForEachStoredValueChunk<float>(source, block.offset, *samples, OrderOf(settings),
                                    [&](std::span<const float> values) {
-                                     counts.resize(values.size());
                                      // A value beyond 16 bits is left as the fresh array had it: 0.
-                                     toCount.ToCounts(values, counts);
-                                     out.WriteSamples(counts);
+                                     toCount.ToCounts(values, counts.Next(values.size()));
                                    });
+    counts.Finish();
   });
 }
 
