@@ -14,6 +14,7 @@
 #include <cstddef>
 #include <cstring>
 #include <limits>
+#include <optional>
 #include <type_traits>
 
 #include "abf/ByteOrder.h"
@@ -78,12 +79,14 @@ struct ScaleFactors {
   double resolution;
   double scaleFactor;
   double range;
+  std::optional<double> unitFactor;  // applied first, rounded to the value's type
 };
 
-template <typename Value, std::size_t Bytes>
+template <typename Value, std::size_t Bytes, bool kInUnit>
 [[gnu::always_inline]] inline std::size_t ScaleToCounts(std::span<const Value> values,
                                                         std::span<std::int16_t> counts,
                                                         const ScaleFactors& f) {
+  const double unitFactor = f.unitFactor.value_or(1.0);
   std::size_t misfits = 0;
   std::size_t i = 0;
 #if CONVORA_LANES
@@ -101,6 +104,9 @@ template <typename Value, std::size_t Bytes>
   for (; i + kWidth <= values.size(); i += kWidth) {
     Values x;
     std::memcpy(&x, &values[i], sizeof x);
+    if constexpr (kInUnit) {
+      x = __builtin_convertvector(__builtin_convertvector(x, Doubles) * unitFactor, Values);
+    }
     const Doubles scaled =
         __builtin_convertvector(x, Doubles) * f.resolution * f.scaleFactor / f.range - 1.0;
     const Masks fits = (scaled >= kLowest) & (scaled < kBeyond);
@@ -112,7 +118,9 @@ template <typename Value, std::size_t Bytes>
   for (std::size_t k = 0; k < kWidth; ++k) misfits += static_cast<std::size_t>(misfitLanes[k]);
 #endif
   for (; i < values.size(); ++i) {
-    const auto count = RoundToInt16(values[i] * f.resolution * f.scaleFactor / f.range - 1.0);
+    Value value = values[i];
+    if constexpr (kInUnit) value = static_cast<Value>(value * unitFactor);
+    const auto count = RoundToInt16(value * f.resolution * f.scaleFactor / f.range - 1.0);
     counts[i] = count.value_or(0);
     misfits += !count;
   }
@@ -203,7 +211,8 @@ template <typename Value>
 __attribute__((target("avx2"))) std::size_t WideCounts(std::span<const Value> values,
                                                        std::span<std::int16_t> counts,
                                                        const ScaleFactors& factors) {
-  return ScaleToCounts<Value, kWideBytes>(values, counts, factors);
+  if (factors.unitFactor) return ScaleToCounts<Value, kWideBytes, true>(values, counts, factors);
+  return ScaleToCounts<Value, kWideBytes, false>(values, counts, factors);
 }
 
 template <typename Value>
@@ -231,7 +240,8 @@ std::size_t CountsOf(std::span<const Value> values, std::span<std::int16_t> coun
 #if CONVORA_AVX2
   if (HasAvx2()) return WideCounts(values, counts, factors);
 #endif
-  return ScaleToCounts<Value, kNarrowBytes>(values, counts, factors);
+  if (factors.unitFactor) return ScaleToCounts<Value, kNarrowBytes, true>(values, counts, factors);
+  return ScaleToCounts<Value, kNarrowBytes, false>(values, counts, factors);
 }
 
 template <typename Value>
@@ -257,12 +267,22 @@ void Extremes::Add(std::span<const double> values) { AddExtremes(values, minimum
 
 std::size_t CountScaler::ToCounts(std::span<const float> values,
                                   std::span<std::int16_t> counts) const {
-  return CountsOf(values, counts, {resolution_, scaleFactor_, range_});
+  return CountsOf(values, counts, {resolution_, scaleFactor_, range_, std::nullopt});
 }
 
 std::size_t CountScaler::ToCounts(std::span<const double> values,
                                   std::span<std::int16_t> counts) const {
-  return CountsOf(values, counts, {resolution_, scaleFactor_, range_});
+  return CountsOf(values, counts, {resolution_, scaleFactor_, range_, std::nullopt});
+}
+
+std::size_t CountScaler::ToCounts(std::span<const float> values, double unitFactor,
+                                  std::span<std::int16_t> counts) const {
+  return CountsOf(values, counts, {resolution_, scaleFactor_, range_, unitFactor});
+}
+
+std::size_t CountScaler::ToCounts(std::span<const double> values, double unitFactor,
+                                  std::span<std::int16_t> counts) const {
+  return CountsOf(values, counts, {resolution_, scaleFactor_, range_, unitFactor});
 }
 
 std::size_t MultiplyWithinRange(std::span<float> values, double factor) {

@@ -85,6 +85,13 @@ class CountScaler {
   // same operations in the same order, so every count is the same.
   std::size_t ToCounts(std::span<const float> values, std::span<std::int16_t> counts) const;
   std::size_t ToCounts(std::span<const double> values, std::span<std::int16_t> counts) const;
+  // The same for values in another unit: each is first multiplied by
+  // `unitFactor` and rounded to its own type, as MultiplyWithinRange does; a
+  // product beyond the type's range becomes infinite and does not fit.
+  std::size_t ToCounts(std::span<const float> values, double unitFactor,
+                       std::span<std::int16_t> counts) const;
+  std::size_t ToCounts(std::span<const double> values, double unitFactor,
+                       std::span<std::int16_t> counts) const;
 
  private:
   double resolution_;

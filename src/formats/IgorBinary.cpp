@@ -85,45 +85,35 @@ void ToStoredUnit(std::span<Value> values, const std::optional<UnitConversion>& 
 
 // A NaN with the sign bit clear is taken as a gap and stored as 0; it prints
 // as a quiet NaN whatever its payload. A negative NaN is kept as it is, and
-// later fails to scale. Both are told by their bits, in loops the compiler
-// can vectorise: as a signed integer a gap lies above +infinity, and as an
-// unsigned one a negative NaN lies above -infinity.
+// later fails to scale. Multiplying by a unit factor keeps a NaN's sign.
 template <typename Value>
-using SignedBits = std::conditional_t<sizeof(Value) == 4, std::int32_t, std::int64_t>;
-template <typename Value>
-using UnsignedBits = std::make_unsigned_t<SignedBits<Value>>;
+bool IsGap(Value value) { return std::isnan(value) && !std::signbit(value); }
 
-template <typename Value>
-void GapsToZero(std::span<Value> values) {
-  constexpr auto kInfinity = std::bit_cast<SignedBits<Value>>(std::numeric_limits<Value>::infinity());
-  for (Value& value : values) {
-    value = std::bit_cast<SignedBits<Value>>(value) > kInfinity ? Value{0} : value;
-  }
-}
-
+// Told by their bits, in a loop the compiler can vectorise: as an unsigned
+// integer a negative NaN lies above -infinity.
 template <typename Value>
 bool AnyNegativeNaN(std::span<const Value> values) {
-  constexpr auto kNegativeInfinity =
-      std::bit_cast<UnsignedBits<Value>>(-std::numeric_limits<Value>::infinity());
-  UnsignedBits<Value> found = 0;
-  for (const Value value : values) found |= std::bit_cast<UnsignedBits<Value>>(value) > kNegativeInfinity;
+  using Bits = std::conditional_t<sizeof(Value) == 4, std::uint32_t, std::uint64_t>;
+  constexpr auto kNegativeInfinity = std::bit_cast<Bits>(-std::numeric_limits<Value>::infinity());
+  Bits found = 0;
+  for (const Value value : values) found |= std::bit_cast<Bits>(value) > kNegativeInfinity;
   return found != 0;
 }
 
-// The wave's extremes, both starting at value(0) as it stands, so that a NaN
-// there leaves them NaN and the wave cannot be scaled. Gaps never move them,
-// as no NaN does.
+// The wave's extremes in the stored unit, both starting at value(0) as it
+// stands, so that a NaN there leaves them NaN and the wave cannot be scaled.
+// Gaps never move them, as no NaN does.
 struct WaveScan {
   std::optional<Extremes> extremes;
   bool negativeNaN = false;
 };
 
 template <typename Value>
-WaveScan ScanWave(SourceFile& source, const WaveHeader& wave,
-                  const std::optional<UnitConversion>& unit) {
+WaveScan ScanValues(SourceFile& source, const WaveHeader& wave,
+                    const std::optional<UnitConversion>& unitFirst) {
   WaveScan scan;
   ForEachValueChunk<Value>(source, kValuesAt, wave.npnts, wave.order, [&](std::span<Value> chunk) {
-    ToStoredUnit(chunk, unit);
+    ToStoredUnit(chunk, unitFirst);
     if (!scan.extremes) scan.extremes.emplace(chunk.front());
     scan.extremes->Add(std::span<const Value>(chunk));
     scan.negativeNaN = scan.negativeNaN || AnyNegativeNaN<Value>(chunk);
@@ -131,19 +121,48 @@ WaveScan ScanWave(SourceFile& source, const WaveHeader& wave,
   return scan;
 }
 
+// A positive factor and the rounding to the value's type both keep order, so
+// the extremes of the products are the products of the extremes, and the
+// largest magnitudes overflow first: the values are scanned as stored and
+// only the two extremes multiplied. An infinite or NaN extreme says nothing
+// about the finite values, and the wave is then scanned product by product.
+template <typename Value>
+WaveScan ScanWave(SourceFile& source, const WaveHeader& wave,
+                  const std::optional<UnitConversion>& unit) {
+  WaveScan scan = ScanValues<Value>(source, wave, std::nullopt);
+  if (!unit) return scan;
+  const double minimum = scan.extremes->Minimum();
+  const double maximum = scan.extremes->Maximum();
+  if (!std::isfinite(minimum) || !std::isfinite(maximum)) return ScanValues<Value>(source, wave, unit);
+  std::array<Value, 2> ends{static_cast<Value>(minimum), static_cast<Value>(maximum)};
+  ToStoredUnit(std::span<Value>(ends), unit);
+  scan.extremes.emplace(ends[0]);
+  scan.extremes->Add(ends[1]);
+  return scan;
+}
+
 template <typename Value>
 void WriteWave(SourceFile& source, const WaveHeader& wave, const std::optional<UnitConversion>& unit,
                const CountScaler& toCount, DataSectionWriter& out) {
-  BatchedSamples counts(out);
+  const std::optional<std::int16_t> gapCount = toCount(0.0);
+  BatchedSamples batch(out);
   ForEachValueChunk<Value>(source, kValuesAt, wave.npnts, wave.order, [&](std::span<Value> chunk) {
-    ToStoredUnit(chunk, unit);
-    GapsToZero(chunk);
-    // Cannot happen after the checks before the output opened; never write a wrapped count.
-    if (toCount.ToCounts(std::span<const Value>(chunk), counts.Next(chunk.size())) != 0) {
-      throw ConvoraError("a value does not fit a 16-bit sample");
+    const std::span<const Value> values(chunk);
+    const std::span<std::int16_t> counts = batch.Next(values.size());
+    const std::size_t misfits = unit ? toCount.ToCounts(values, unit->factor, counts)
+                                     : toCount.ToCounts(values, counts);
+    if (misfits == 0) return;
+    // Every value but a gap was checked before the output opened, so gaps
+    // are all that can miss here; never write a wrapped count.
+    std::size_t gaps = 0;
+    for (std::size_t i = 0; i < values.size(); ++i) {
+      if (!IsGap(values[i]) || !gapCount) continue;
+      counts[i] = *gapCount;
+      ++gaps;
     }
+    if (gaps != misfits) throw ConvoraError("a value does not fit a 16-bit sample");
   });
-  counts.Finish();
+  batch.Finish();
 }
 
 }  // namespace

@@ -89,6 +89,24 @@ TYPED_TEST(SampleKernels, CountsEqualTheOneValueScalingAtEveryLengthAndAlignment
   }
 }
 
+TYPED_TEST(SampleKernels, CountsInAnotherUnitEqualMultiplyingFirst) {
+  auto values = Awkward<TypeParam>(1031, 3e-9);
+  values[500] = TypeParam(3.5e26);  // its product overflows a float, and then does not fit
+  const CountScaler toCount = ScalerWith(1e-3f);
+  std::vector<std::int16_t> fused(values.size());
+  const std::size_t fusedMisfits = toCount.ToCounts(std::span<const TypeParam>(values), 1e12, fused);
+  std::vector<std::int16_t> expected(values.size());
+  std::size_t expectedMisfits = 0;
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    const auto product = static_cast<TypeParam>(values[i] * 1e12);
+    const auto one = toCount(product);
+    expected[i] = one.value_or(0);
+    expectedMisfits += !one;
+  }
+  EXPECT_EQ(fused, expected);
+  EXPECT_EQ(fusedMisfits, expectedMisfits);
+}
+
 TYPED_TEST(SampleKernels, HalvesRoundToEvenAndTheBoundsAreRoundTosOwn) {
   // Counts are value - 1: 1.5 -> 0.5 -> 0, 2.5 -> 1.5 -> 2, -32767.5 ->
   // -32768.5 -> -32768 (the lowest half rounds up into range), 32768.5 ->
