@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <optional>
@@ -68,7 +69,15 @@ struct SignalColumn {
   double unitFactor;
   std::string unit;
   std::optional<float> scaleFactor;  // nothing when its range gave none
+  bool productsFit = false;  // no value's product leaves the float range
 };
+
+// Values first ... first + count - 1 of a column as stored, in `values`.
+void ReadStored(SourceFile& source, const SignalColumn& column, std::int64_t first,
+                std::int64_t count, std::vector<float>& values) {
+  values.resize(static_cast<std::size_t>(count));
+  ReadValues<float>(source, column.valuesAt + first * kValueBytes, ByteOrder::BigEndian, values);
+}
 
 // Values first ... first + count - 1 of a column, as the conversion holds
 // them: the big-endian float times the unit factor, rounded to a float. A
@@ -77,12 +86,42 @@ struct SignalColumn {
 // always computed from that.
 void ReadColumn(SourceFile& source, const SignalColumn& column, std::int64_t first,
                 std::int64_t count, std::vector<float>& values) {
-  values.resize(static_cast<std::size_t>(count));
-  ReadValues<float>(source, column.valuesAt + first * kValueBytes, ByteOrder::BigEndian, values);
+  ReadStored(source, column, first, count, values);
   const std::size_t converted = MultiplyWithinRange(values, column.unitFactor);
   for (float& value : std::span(values).subspan(converted)) {
     value = NarrowToSingle(static_cast<double>(value) * column.unitFactor).value_or(SwapSingle(value));
   }
+}
+
+// The extremes of a column's values as the conversion holds them. A factor
+// of 0 or more and the rounding to a float both keep order, so the extremes
+// of the products are the products of the extremes, and the largest
+// magnitudes leave the float range first: the values are scanned as stored
+// and only the extremes multiplied. Where an extreme is infinite or NaN, or
+// its product leaves the range, the values are taken product by product.
+Extremes ColumnExtremes(SourceFile& source, SignalColumn& column, std::int64_t points) {
+  const auto scan = [&](const auto& read) {
+    std::optional<Extremes> extremes;
+    std::vector<float> values;
+    for (std::int64_t first = 0; first < points; first += kChunkSamples) {
+      read(source, column, first, std::min(kChunkSamples, points - first), values);
+      if (!extremes) extremes.emplace(values.front());
+      extremes->Add(values);
+    }
+    return *extremes;
+  };
+  const Extremes stored = scan(ReadStored);
+  if (std::isfinite(stored.Minimum()) && std::isfinite(stored.Maximum())) {
+    std::array<float, 2> ends{static_cast<float>(stored.Minimum()),
+                              static_cast<float>(stored.Maximum())};
+    if (MultiplyWithinRange(ends, column.unitFactor) == ends.size()) {
+      column.productsFit = true;
+      Extremes products(ends[0]);
+      products.Add(ends[1]);
+      return products;
+    }
+  }
+  return scan(ReadColumn);
 }
 
 // Reads the column's title and its values once: the unit and its factor, and
@@ -106,16 +145,9 @@ SignalColumn ScanColumn(SourceFile& source, std::int64_t columnAt, std::int64_t 
   }
   SignalColumn column{columnAt + kColumnHeadBytes, unitFactor, unit, std::nullopt};
 
-  std::optional<Extremes> extremes;
-  std::vector<float> values;
-  for (std::int64_t first = 0; first < points; first += kChunkSamples) {
-    ReadColumn(source, column, first, std::min(kChunkSamples, points - first), values);
-    if (!extremes) extremes.emplace(values.front());
-    extremes->Add(values);
-  }
   // The smaller magnitude: the larger side may run past full scale, and then
   // those samples overflow and stay 0 below.
-  column.scaleFactor = HalfScaleFactor(SmallerMagnitude(*extremes));
+  column.scaleFactor = HalfScaleFactor(SmallerMagnitude(ColumnExtremes(source, column, points)));
   return column;
 }
 
@@ -192,10 +224,15 @@ void ConvertAxGr(Workbench& bench) {
       const std::span<std::int16_t> counts = batch.Next(static_cast<std::size_t>(frames * channels));
       std::fill(counts.begin(), counts.end(), std::int16_t{0});
       for (int k = 0; k < described; ++k) {
-        ReadColumn(source, columns[k], first, frames, values);
         // A count beyond 16 bits is not stored: the sample stays 0.
-        columnCounts.resize(values.size());
-        toCount[k].ToCounts(values, columnCounts);
+        columnCounts.resize(static_cast<std::size_t>(frames));
+        if (columns[k].productsFit) {
+          ReadStored(source, columns[k], first, frames, values);
+          toCount[k].ToCounts(values, columns[k].unitFactor, columnCounts);
+        } else {
+          ReadColumn(source, columns[k], first, frames, values);
+          toCount[k].ToCounts(values, columnCounts);
+        }
         for (std::size_t i = 0; i < columnCounts.size(); ++i) {
           counts[i * channels + k] = columnCounts[i];
         }
