@@ -1,5 +1,7 @@
 #include "abf/SampleScaling.h"
 
+#include <array>
+#include <cmath>
 #include <cstdio>
 #include <string>
 
@@ -17,6 +19,20 @@ CountScaler::CountScaler(const AbfHeader& header, std::size_t channel)
     : resolution_(header.Get(abf::lADCResolution)),
       scaleFactor_(header.Get(abf::fInstrumentScaleFactor, channel)),
       range_(header.Get(abf::fADCRange)) {}
+
+template <typename Value>
+std::optional<Extremes> ExtremesOfProducts(const Extremes& stored, double factor) {
+  if (!std::isfinite(stored.Minimum()) || !std::isfinite(stored.Maximum())) return std::nullopt;
+  std::array<Value, 2> ends{static_cast<Value>(stored.Minimum()),
+                            static_cast<Value>(stored.Maximum())};
+  if (MultiplyWithinRange(std::span<Value>(ends), factor) != ends.size()) return std::nullopt;
+  Extremes products(ends[0]);
+  products.Add(ends[1]);
+  return products;
+}
+
+template std::optional<Extremes> ExtremesOfProducts<float>(const Extremes&, double);
+template std::optional<Extremes> ExtremesOfProducts<double>(const Extremes&, double);
 
 void RequireCountsFit(const CountScaler& toCount, const Extremes& extremes) {
   for (const double value : {extremes.Minimum(), extremes.Maximum()}) {

@@ -47,6 +47,15 @@ class Extremes {
 std::size_t MultiplyWithinRange(std::span<float> values, double factor);
 std::size_t MultiplyWithinRange(std::span<double> values, double factor);
 
+// The extremes of values multiplied by `factor` (0 or more) and rounded to
+// their type, found from the extremes of the values as stored: multiplying
+// and rounding keep order, so the products of the extremes are the extremes
+// of the products, and the largest magnitudes leave the type's range first.
+// Nothing when an extreme is infinite or NaN, or its product leaves the
+// range: the values must then be taken product by product.
+template <typename Value>
+std::optional<Extremes> ExtremesOfProducts(const Extremes& stored, double factor);
+
 // Which magnitude the sources that keep it so take as their range: the
 // smaller of |minimum| and |maximum| (|minimum| when |maximum| is larger).
 // The larger side may then exceed full scale; files converted so far were

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <optional>
@@ -93,12 +92,9 @@ void ReadColumn(SourceFile& source, const SignalColumn& column, std::int64_t fir
   }
 }
 
-// The extremes of a column's values as the conversion holds them. A factor
-// of 0 or more and the rounding to a float both keep order, so the extremes
-// of the products are the products of the extremes, and the largest
-// magnitudes leave the float range first: the values are scanned as stored
-// and only the extremes multiplied. Where an extreme is infinite or NaN, or
-// its product leaves the range, the values are taken product by product.
+// The extremes of a column's values as the conversion holds them: from the
+// values as stored where ExtremesOfProducts can tell, product by product
+// otherwise.
 Extremes ColumnExtremes(SourceFile& source, SignalColumn& column, std::int64_t points) {
   const auto scan = [&](const auto& read) {
     std::optional<Extremes> extremes;
@@ -110,16 +106,9 @@ Extremes ColumnExtremes(SourceFile& source, SignalColumn& column, std::int64_t p
     }
     return *extremes;
   };
-  const Extremes stored = scan(ReadStored);
-  if (std::isfinite(stored.Minimum()) && std::isfinite(stored.Maximum())) {
-    std::array<float, 2> ends{static_cast<float>(stored.Minimum()),
-                              static_cast<float>(stored.Maximum())};
-    if (MultiplyWithinRange(ends, column.unitFactor) == ends.size()) {
-      column.productsFit = true;
-      Extremes products(ends[0]);
-      products.Add(ends[1]);
-      return products;
-    }
+  if (const auto products = ExtremesOfProducts<float>(scan(ReadStored), column.unitFactor)) {
+    column.productsFit = true;
+    return *products;
   }
   return scan(ReadColumn);
 }

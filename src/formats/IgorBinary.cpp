@@ -121,24 +121,15 @@ WaveScan ScanValues(SourceFile& source, const WaveHeader& wave,
   return scan;
 }
 
-// A positive factor and the rounding to the value's type both keep order, so
-// the extremes of the products are the products of the extremes, and the
-// largest magnitudes overflow first: the values are scanned as stored and
-// only the two extremes multiplied. An infinite or NaN extreme says nothing
-// about the finite values, and the wave is then scanned product by product.
+// Scanned as stored where ExtremesOfProducts can tell the extremes in the
+// stored unit from them, product by product otherwise.
 template <typename Value>
 WaveScan ScanWave(SourceFile& source, const WaveHeader& wave,
                   const std::optional<UnitConversion>& unit) {
   WaveScan scan = ScanValues<Value>(source, wave, std::nullopt);
   if (!unit) return scan;
-  const double minimum = scan.extremes->Minimum();
-  const double maximum = scan.extremes->Maximum();
-  if (!std::isfinite(minimum) || !std::isfinite(maximum)) return ScanValues<Value>(source, wave, unit);
-  std::array<Value, 2> ends{static_cast<Value>(minimum), static_cast<Value>(maximum)};
-  ToStoredUnit(std::span<Value>(ends), unit);
-  scan.extremes.emplace(ends[0]);
-  scan.extremes->Add(ends[1]);
-  return scan;
+  scan.extremes = ExtremesOfProducts<Value>(*scan.extremes, unit->factor);
+  return scan.extremes ? scan : ScanValues<Value>(source, wave, unit);
 }
 
 template <typename Value>

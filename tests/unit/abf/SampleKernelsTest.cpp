@@ -178,5 +178,26 @@ TEST(SampleKernels, MultiplyingRoundsEveryProductToTheValuesType) {
   }
 }
 
+TEST(SampleKernels, ExtremesOfProductsComeFromTheStoredExtremesOnlyWhenTheyTell) {
+  std::vector<float> values{2.5e-12f, -7.25e-11f, 3.0e-11f, -1.0e-13f};
+  Extremes stored(values.front());
+  stored.Add(std::span<const float>(values));
+  MultiplyWithinRange(values, 1e12);
+  Extremes products(values.front());
+  products.Add(std::span<const float>(values));
+  const auto fromStored = ExtremesOfProducts<float>(stored, 1e12);
+  ASSERT_TRUE(fromStored.has_value());
+  EXPECT_EQ(fromStored->Minimum(), products.Minimum());
+  EXPECT_EQ(fromStored->Maximum(), products.Maximum());
+
+  Extremes overflowing(3.5e26);
+  EXPECT_FALSE(ExtremesOfProducts<float>(overflowing, 1e12).has_value());
+  EXPECT_TRUE(ExtremesOfProducts<double>(overflowing, 1e12).has_value());
+  Extremes infinite(1.0);
+  infinite.Add(kInf);
+  EXPECT_FALSE(ExtremesOfProducts<float>(infinite, 1e12).has_value());
+  EXPECT_FALSE(ExtremesOfProducts<float>(Extremes(kNaN), 1e12).has_value());
+}
+
 }  // namespace
 }  // namespace convora
