@@ -56,6 +56,12 @@ std::size_t MultiplyWithinRange(std::span<double> values, double factor);
 template <typename Value>
 std::optional<Extremes> ExtremesOfProducts(const Extremes& stored, double factor);
 
+// Which vector instructions the span forms above may use: by default the
+// widest the processor has. Tests limit them to check every form on one
+// machine; the results are the same whichever is used.
+enum class KernelLanes { kWidest, kAvx2, kSse2 };
+void LimitKernelLanes(KernelLanes limit);
+
 // Which magnitude the sources that keep it so take as their range: the
 // smaller of |minimum| and |maximum| (|minimum| when |maximum| is larger).
 // The larger side may then exceed full scale; files converted so far were

@@ -10,6 +10,7 @@
 #include <optional>
 #include <random>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "abf/AbfHeader.h"
@@ -71,111 +72,135 @@ void ExpectSameExtremes(std::span<const Value> values) {
   EXPECT_PRED2(same, lanes.MaximumMagnitude(), oneByOne.MaximumMagnitude());
 }
 
+// Runs `check` with every set of vector instructions the kernels may use, so
+// that one machine checks the forms other processors take.
+template <typename Check>
+void ForEveryLaneSet(Check check) {
+  for (const auto lanes : {KernelLanes::kWidest, KernelLanes::kAvx2, KernelLanes::kSse2}) {
+    SCOPED_TRACE("lane set " + std::to_string(static_cast<int>(lanes)));
+    LimitKernelLanes(lanes);
+    check();
+  }
+  LimitKernelLanes(KernelLanes::kWidest);
+}
+
 template <typename Value>
 class SampleKernels : public testing::Test {};
 using ValueTypes = testing::Types<float, double>;
 TYPED_TEST_SUITE(SampleKernels, ValueTypes);
 
 TYPED_TEST(SampleKernels, CountsEqualTheOneValueScalingAtEveryLengthAndAlignment) {
-  const auto values = Awkward<TypeParam>(1031, 20000.0);
-  for (const float factor : {1.0f, 0.37f, 1e-30f}) {
-    const CountScaler toCount = ScalerWith(factor);
-    for (const std::size_t start : {0, 1, 3}) {
-      for (const std::size_t length : {0, 1, 7, 8, 9, 33, 1000}) {
-        ExpectCountsMatchOneByOne(std::span<const TypeParam>(values).subspan(start, length),
-                                  toCount);
+  ForEveryLaneSet([&] {
+    const auto values = Awkward<TypeParam>(1031, 20000.0);
+    for (const float factor : {1.0f, 0.37f, 1e-30f}) {
+      const CountScaler toCount = ScalerWith(factor);
+      for (const std::size_t start : {0, 1, 3}) {
+        for (const std::size_t length : {0, 1, 7, 8, 9, 33, 1000}) {
+          ExpectCountsMatchOneByOne(std::span<const TypeParam>(values).subspan(start, length),
+                                    toCount);
+        }
       }
     }
-  }
+  });
 }
 
 TYPED_TEST(SampleKernels, CountsInAnotherUnitEqualMultiplyingFirst) {
-  auto values = Awkward<TypeParam>(1031, 3e-9);
-  values[500] = TypeParam(3.5e26);  // its product overflows a float, and then does not fit
-  const CountScaler toCount = ScalerWith(1e-3f);
-  std::vector<std::int16_t> fused(values.size());
-  const std::size_t fusedMisfits = toCount.ToCounts(std::span<const TypeParam>(values), 1e12, fused);
-  std::vector<std::int16_t> expected(values.size());
-  std::size_t expectedMisfits = 0;
-  for (std::size_t i = 0; i < values.size(); ++i) {
-    const auto product = static_cast<TypeParam>(values[i] * 1e12);
-    const auto one = toCount(product);
-    expected[i] = one.value_or(0);
-    expectedMisfits += !one;
-  }
-  EXPECT_EQ(fused, expected);
-  EXPECT_EQ(fusedMisfits, expectedMisfits);
+  ForEveryLaneSet([&] {
+    auto values = Awkward<TypeParam>(1031, 3e-9);
+    values[500] = TypeParam(3.5e26);  // its product overflows a float, and then does not fit
+    const CountScaler toCount = ScalerWith(1e-3f);
+    std::vector<std::int16_t> fused(values.size());
+    const std::size_t fusedMisfits = toCount.ToCounts(std::span<const TypeParam>(values), 1e12, fused);
+    std::vector<std::int16_t> expected(values.size());
+    std::size_t expectedMisfits = 0;
+    for (std::size_t i = 0; i < values.size(); ++i) {
+      const auto product = static_cast<TypeParam>(values[i] * 1e12);
+      const auto one = toCount(product);
+      expected[i] = one.value_or(0);
+      expectedMisfits += !one;
+    }
+    EXPECT_EQ(fused, expected);
+    EXPECT_EQ(fusedMisfits, expectedMisfits);
+  });
 }
 
 TYPED_TEST(SampleKernels, HalvesRoundToEvenAndTheBoundsAreRoundTosOwn) {
-  // Counts are value - 1: 1.5 -> 0.5 -> 0, 2.5 -> 1.5 -> 2, -32767.5 ->
-  // -32768.5 -> -32768 (the lowest half rounds up into range), 32768.5 ->
-  // 32767.5 (out of range).
-  std::vector<TypeParam> values(16, TypeParam{1});
-  values[3] = TypeParam(1.5);
-  values[4] = TypeParam(2.5);
-  values[9] = TypeParam(-32767.5);
-  values[10] = TypeParam(32768.5);
-  values[11] = TypeParam(-32767.6);
-  std::vector<std::int16_t> counts(values.size());
-  EXPECT_EQ(ScalerWith(1.0f).ToCounts(values, counts), 2u);
-  EXPECT_EQ(counts[0], 0);
-  EXPECT_EQ(counts[3], 0);
-  EXPECT_EQ(counts[4], 2);
-  EXPECT_EQ(counts[9], -32768);
-  EXPECT_EQ(counts[10], 0);
-  EXPECT_EQ(counts[11], 0);
+  ForEveryLaneSet([&] {
+    // Counts are value - 1: 1.5 -> 0.5 -> 0, 2.5 -> 1.5 -> 2, -32767.5 ->
+    // -32768.5 -> -32768 (the lowest half rounds up into range), 32768.5 ->
+    // 32767.5 (out of range).
+    std::vector<TypeParam> values(16, TypeParam{1});
+    values[3] = TypeParam(1.5);
+    values[4] = TypeParam(2.5);
+    values[9] = TypeParam(-32767.5);
+    values[10] = TypeParam(32768.5);
+    values[11] = TypeParam(-32767.6);
+    std::vector<std::int16_t> counts(values.size());
+    EXPECT_EQ(ScalerWith(1.0f).ToCounts(values, counts), 2u);
+    EXPECT_EQ(counts[0], 0);
+    EXPECT_EQ(counts[3], 0);
+    EXPECT_EQ(counts[4], 2);
+    EXPECT_EQ(counts[9], -32768);
+    EXPECT_EQ(counts[10], 0);
+    EXPECT_EQ(counts[11], 0);
+  });
 }
 
 TYPED_TEST(SampleKernels, ExtremesEqualAddingOneByOne) {
-  const auto values = Awkward<TypeParam>(1031, 3.0);
-  for (const std::size_t length : {1, 8, 17, 1031}) {
-    ExpectSameExtremes(std::span<const TypeParam>(values).first(length));
-  }
-  // A NaN first value holds both extremes at NaN; a NaN later moves nothing.
-  std::vector<TypeParam> nanFirst(40, TypeParam{2});
-  nanFirst[0] = TypeParam(kNaN);
-  ExpectSameExtremes<TypeParam>(nanFirst);
-  std::vector<TypeParam> nanLater(40, TypeParam{-2});
-  nanLater[21] = TypeParam(kNaN);
-  nanLater[22] = TypeParam(7);
-  Extremes extremes(nanLater.front());
-  extremes.Add(std::span<const TypeParam>(nanLater));
-  EXPECT_EQ(extremes.Minimum(), -2.0);
-  EXPECT_EQ(extremes.Maximum(), 7.0);
+  ForEveryLaneSet([&] {
+    const auto values = Awkward<TypeParam>(1031, 3.0);
+    for (const std::size_t length : {1, 8, 17, 1031}) {
+      ExpectSameExtremes(std::span<const TypeParam>(values).first(length));
+    }
+    // A NaN first value holds both extremes at NaN; a NaN later moves nothing.
+    std::vector<TypeParam> nanFirst(40, TypeParam{2});
+    nanFirst[0] = TypeParam(kNaN);
+    ExpectSameExtremes<TypeParam>(nanFirst);
+    std::vector<TypeParam> nanLater(40, TypeParam{-2});
+    nanLater[21] = TypeParam(kNaN);
+    nanLater[22] = TypeParam(7);
+    Extremes extremes(nanLater.front());
+    extremes.Add(std::span<const TypeParam>(nanLater));
+    EXPECT_EQ(extremes.Minimum(), -2.0);
+    EXPECT_EQ(extremes.Maximum(), 7.0);
+  });
 }
 
 TEST(SampleKernels, MultiplyingStopsAtTheFirstFiniteValueWhoseProductOverflows) {
-  std::vector<float> singles(21, 1.0f);
-  singles[13] = std::numeric_limits<float>::infinity();  // already infinite: not an overflow
-  singles[14] = std::numeric_limits<float>::quiet_NaN();
-  singles[18] = 3.5e26f;  // x 1e12 passes the float range
-  singles[20] = 3.5e26f;
-  EXPECT_EQ(MultiplyWithinRange(singles, 1e12), 18u);
-  EXPECT_EQ(singles[17], 1e12f);
-  EXPECT_EQ(singles[13], std::numeric_limits<float>::infinity());
-  EXPECT_EQ(singles[18], 3.5e26f);  // left for the caller
-  EXPECT_EQ(singles[19], 1.0f);
+  ForEveryLaneSet([&] {
+    std::vector<float> singles(21, 1.0f);
+    singles[13] = std::numeric_limits<float>::infinity();  // already infinite: not an overflow
+    singles[14] = std::numeric_limits<float>::quiet_NaN();
+    singles[18] = 3.5e26f;  // x 1e12 passes the float range
+    singles[20] = 3.5e26f;
+    EXPECT_EQ(MultiplyWithinRange(singles, 1e12), 18u);
+    EXPECT_EQ(singles[17], 1e12f);
+    EXPECT_EQ(singles[13], std::numeric_limits<float>::infinity());
+    EXPECT_EQ(singles[18], 3.5e26f);  // left for the caller
+    EXPECT_EQ(singles[19], 1.0f);
 
-  std::vector<double> doubles(9, 1.0);
-  doubles[8] = 1e300;
-  EXPECT_EQ(MultiplyWithinRange(std::span(doubles).first(8), 1e12), 8u);
-  EXPECT_EQ(MultiplyWithinRange(std::span(doubles).last(1), 1e12), 0u);
+    std::vector<double> doubles(9, 1.0);
+    doubles[8] = 1e300;
+    EXPECT_EQ(MultiplyWithinRange(std::span(doubles).first(8), 1e12), 8u);
+    EXPECT_EQ(MultiplyWithinRange(std::span(doubles).last(1), 1e12), 0u);
+  });
 }
 
 TEST(SampleKernels, MultiplyingRoundsEveryProductToTheValuesType) {
-  const auto values = Awkward<float>(257, 1e-9);
-  std::vector<float> multiplied = values;
-  ASSERT_EQ(MultiplyWithinRange(multiplied, 1e12), multiplied.size());
-  for (std::size_t i = 0; i < values.size(); ++i) {
-    const auto expected = NarrowToSingle(static_cast<double>(values[i]) * 1e12);
-    ASSERT_TRUE(expected.has_value());
-    if (std::isnan(*expected)) {
-      EXPECT_TRUE(std::isnan(multiplied[i]));
-    } else {
-      EXPECT_EQ(multiplied[i], *expected) << i;
+  ForEveryLaneSet([&] {
+    const auto values = Awkward<float>(257, 1e-9);
+    std::vector<float> multiplied = values;
+    ASSERT_EQ(MultiplyWithinRange(multiplied, 1e12), multiplied.size());
+    for (std::size_t i = 0; i < values.size(); ++i) {
+      const auto expected = NarrowToSingle(static_cast<double>(values[i]) * 1e12);
+      ASSERT_TRUE(expected.has_value());
+      if (std::isnan(*expected)) {
+        EXPECT_TRUE(std::isnan(multiplied[i]));
+      } else {
+        EXPECT_EQ(multiplied[i], *expected) << i;
+      }
     }
-  }
+  });
 }
 
 TEST(SampleKernels, ExtremesOfProductsComeFromTheStoredExtremesOnlyWhenTheyTell) {
