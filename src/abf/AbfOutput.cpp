@@ -63,15 +63,18 @@ std::int64_t DataSectionWriter::CopyWithinSystem(const SourceFile& source, std::
 }
 
 std::span<std::int16_t> BatchedSamples::Next(std::size_t count) {
-  if (!samples_.empty() && samples_.size() + count > kBatchSamples) Finish();
-  const std::size_t start = samples_.size();
-  samples_.resize(start + count);
-  return std::span(samples_).subspan(start);
+  if (used_ > 0 && used_ + count > kBatchSamples) Finish();
+  // Grown once and then reused: the room is filled by the caller, so it
+  // need not be cleared each time.
+  if (samples_.size() < used_ + count) samples_.resize(std::max(kBatchSamples, used_ + count));
+  const std::span<std::int16_t> room = std::span(samples_).subspan(used_, count);
+  used_ += count;
+  return room;
 }
 
 void BatchedSamples::Finish() {
-  out_.WriteSamples(samples_);
-  samples_.clear();
+  out_.WriteSamples(std::span(samples_).first(used_));
+  used_ = 0;
 }
 
 void WriteAbfFile(const AbfHeader& header, const std::filesystem::path& source,

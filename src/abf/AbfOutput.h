@@ -68,6 +68,7 @@ class BatchedSamples {
   static constexpr std::size_t kBatchSamples = 1 << 19;
   DataSectionWriter& out_;
   std::vector<std::int16_t> samples_;
+  std::size_t used_ = 0;
 };
 
 using SampleProducer = std::function<void(DataSectionWriter&)>;
