@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Times whole convora commands against `cp` of the same bytes, on inputs this
-script makes, and prints the ratio of each to its cp (best of three runs each,
-sources in the page cache, outputs written fresh) with the peak memory.
+script makes, and prints the ratio of each to its cp (best of five runs each,
+taken in turn; sources in the page cache, outputs written fresh) with the
+peak memory.
 
 Usage: compare_to_cp.py CONVORA FOLDER [--quick]
 --quick makes inputs 16 times smaller, for a check that the script works.
@@ -30,25 +31,33 @@ def remove(*names):
             os.remove(path(name))
 
 
-def timed(args, outputs):
-    """Best wall time of three runs and the largest peak resident set (MiB)."""
-    best, peak = float("inf"), 0.0
-    for _ in range(3):
-        remove(*outputs)
-        subprocess.run(["sync"], check=True)
-        start = time.perf_counter()
-        done = subprocess.run(["/usr/bin/time", "-f", "%M", *args], cwd=FOLDER,
-                              stdin=subprocess.DEVNULL, capture_output=True, text=True)
-        elapsed = time.perf_counter() - start
-        if done.returncode != 0:
-            sys.exit(f"{args}: {done.stderr}")
-        best = min(best, elapsed)
-        peak = max(peak, int(done.stderr.split()[-1]) / 1024)
-    return best, peak
+RUNS = 5
 
 
-def cp_time(source):
-    return timed(["cp", source, "copy.tmp"], ["copy.tmp"])[0]
+def run_once(args, outputs):
+    """Wall time of one run and its peak resident set (MiB)."""
+    remove(*outputs)
+    subprocess.run(["sync"], check=True)
+    start = time.perf_counter()
+    done = subprocess.run(["/usr/bin/time", "-f", "%M", *args], cwd=FOLDER,
+                          stdin=subprocess.DEVNULL, capture_output=True, text=True)
+    elapsed = time.perf_counter() - start
+    if done.returncode != 0:
+        sys.exit(f"{args}: {done.stderr}")
+    return elapsed, int(done.stderr.split()[-1]) / 1024
+
+
+def timed(args, outputs, cp_source):
+    """Best wall times of convora and of cp over RUNS runs each, taken in
+    turn so that both meet the same state of the machine's disk cache and
+    write-back, and the largest peak resident set of convora (MiB)."""
+    best, best_cp, peak = float("inf"), float("inf"), 0.0
+    for _ in range(RUNS):
+        elapsed, resident = run_once(args, outputs)
+        best, peak = min(best, elapsed), max(peak, resident)
+        best_cp = min(best_cp, run_once(["cp", cp_source, "copy.tmp"], ["copy.tmp"])[0])
+    remove("copy.tmp")
+    return best, best_cp, peak
 
 
 def write_raw(name, size, dtype):
@@ -124,38 +133,40 @@ def main():
     print("|---|---|---|---|---|")
 
     write_raw("raw.dat", gib, "<i2")
-    t, m = timed([CONVORA, "binary", "raw.dat"], ["raw.ABF"])
-    row("raw int16, 1 GiB", t, cp_time("raw.dat"), m, 1.15)
+    t, c, m = timed([CONVORA, "binary", "raw.dat"], ["raw.ABF"], "raw.dat")
+    row("raw int16, 1 GiB", t, c, m, 1.15)
 
     write_raw("float.dat", gib, "<f4")
-    t, m = timed([CONVORA, "binary", "--float", "float.dat"], ["float.ABF"])
-    row("raw float32, 1 GiB", t, cp_time("float.dat"), m, 1.5)
+    t, c, m = timed([CONVORA, "binary", "--float", "float.dat"], ["float.ABF"], "float.dat")
+    row("raw float32, 1 GiB", t, c, m, 1.5)
     remove("float.dat", "float.ABF")
 
     for name, writer in (("cell.axgd", write_axograph), ("wave.ibw", write_igor_binary),
                          ("wave.itx", write_igor_text)):
         writer(name, big)
         stem = name.split(".")[0]
-        t, m = timed([CONVORA, "convert", "--interval", "100", name], [stem + ".ABF"])
-        row(f"{name.split('.')[1]} conversion, 256 MiB", t, cp_time(name), m, 1.5)
+        t, c, m = timed([CONVORA, "convert", "--interval", "100", name], [stem + ".ABF"], name)
+        row(f"{name.split('.')[1]} conversion, 256 MiB", t, c, m, 1.5)
         remove(name, stem + ".ABF")
 
     # The record count is a 16-bit field: 32767 records of 1 KiB is the largest CDR file.
     write_cdr("run.cdr", 32767 // SCALE)
-    t, m = timed([CONVORA, "convert", "run.cdr"], ["run.ABF"])
+    subprocess.run([CONVORA, "convert", "run.cdr"], cwd=FOLDER, check=True, capture_output=True)
     shutil.copyfile(path("run.ABF"), path("cdr-size.tmp"))
-    row("CDR block copy, 32 MiB", t, cp_time("cdr-size.tmp"), m, 1.2)
+    t, c, m = timed([CONVORA, "convert", "run.cdr"], ["run.ABF"], "cdr-size.tmp")
+    row("CDR block copy, 32 MiB", t, c, m, 1.2)
     remove("run.cdr", "run.ABF", "cdr-size.tmp")
 
     # Two 512 MiB ABF files merged; cp copies a file of the merged size.
     write_raw("half.dat", gib // 2, "<i2")
     subprocess.run([CONVORA, "binary", "half.dat"], cwd=FOLDER, check=True, capture_output=True)
     shutil.copyfile(path("half.ABF"), path("half2.ABF"))
-    t, m = timed([CONVORA, "merge", "--yes", "--name", "both", "half.ABF", "half2.ABF"],
-                 ["both.ABF"])
+    merge = [CONVORA, "merge", "--yes", "--name", "both", "half.ABF", "half2.ABF"]
+    subprocess.run(merge, cwd=FOLDER, check=True, capture_output=True)
     merged_size = os.path.getsize(path("both.ABF"))
     shutil.copyfile(path("both.ABF"), path("merged-size.tmp"))
-    row("merge of two 512 MiB files", t, cp_time("merged-size.tmp"), m, 1.2)
+    t, c, m = timed(merge, ["both.ABF"], "merged-size.tmp")
+    row("merge of two 512 MiB files", t, c, m, 1.2)
     remove("half.dat", "half.ABF", "half2.ABF", "both.ABF", "merged-size.tmp", "raw.dat", "raw.ABF")
     print(f"(merged file: {merged_size / MIB:.0f} MiB)")
 
