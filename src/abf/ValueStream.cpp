@@ -8,18 +8,18 @@
 
 namespace convora {
 
+namespace {
+// Values per chunk handed to a converter: small enough to stay in the
+// processor's cache while it works on them.
+constexpr std::int64_t kChunkValues = 1 << 15;
+}  // namespace
+
 template <typename Value>
 void ReadValues(SourceFile& source, std::int64_t offset, ByteOrder order, std::span<Value> out) {
   source.ReadPadded(offset, std::span(reinterpret_cast<std::uint8_t*>(out.data()), out.size_bytes()));
   const bool storedLittle = order == ByteOrder::LittleEndian;
   if (storedLittle != (std::endian::native == std::endian::little)) ReverseBytesOfEach(out);
 }
-
-namespace {
-// Values per chunk handed to a converter: small enough to stay in the
-// processor's cache while it works on them.
-constexpr std::int64_t kChunkValues = 1 << 15;
-}  // namespace
 
 template <typename Value>
 void ForEachValueChunk(SourceFile& source, std::int64_t offset, std::int64_t count,
