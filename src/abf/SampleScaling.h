@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <optional>
 #include <span>
 
@@ -12,6 +13,26 @@
 #include "abf/Numbers.h"
 
 namespace convora {
+
+// `size` values of type Value stored one after another from `bytes` on, in
+// this machine's byte order and at any alignment: values of a file mapped
+// into memory, visited where they lie.
+template <typename Value>
+struct StoredValues {
+  const std::uint8_t* bytes;
+  std::size_t size;
+
+  Value operator[](std::size_t i) const {
+    Value value;
+    std::memcpy(&value, bytes + i * sizeof(Value), sizeof value);
+    return value;
+  }
+};
+
+template <typename Value>
+StoredValues<Value> StoredView(std::span<const Value> values) {
+  return {reinterpret_cast<const std::uint8_t*>(values.data()), values.size()};
+}
 
 // Running extremes: both start at the first value; a later value replaces one
 // only when strictly beyond it (so a NaN never moves them).
@@ -26,8 +47,10 @@ class Extremes {
   // The same as adding the values one by one, several lanes at a time. A zero
   // extreme may come out with the other sign of zero; only its magnitude and
   // its scaled count are ever used, and both are the same for 0 and -0.
-  void Add(std::span<const float> values);
-  void Add(std::span<const double> values);
+  void Add(std::span<const float> values) { Add(StoredView(values)); }
+  void Add(std::span<const double> values) { Add(StoredView(values)); }
+  void Add(StoredValues<float> values);
+  void Add(StoredValues<double> values);
 
   double Minimum() const { return minimum_; }
   double Maximum() const { return maximum_; }
@@ -98,14 +121,28 @@ class CountScaler {
   // counts[i] = (*this)(values[i]), with 0 for a value that does not fit;
   // returns how many did not fit. Computed several lanes at a time with the
   // same operations in the same order, so every count is the same.
-  std::size_t ToCounts(std::span<const float> values, std::span<std::int16_t> counts) const;
-  std::size_t ToCounts(std::span<const double> values, std::span<std::int16_t> counts) const;
+  std::size_t ToCounts(std::span<const float> values, std::span<std::int16_t> counts) const {
+    return ToCounts(StoredView(values), counts);
+  }
+  std::size_t ToCounts(std::span<const double> values, std::span<std::int16_t> counts) const {
+    return ToCounts(StoredView(values), counts);
+  }
+  std::size_t ToCounts(StoredValues<float> values, std::span<std::int16_t> counts) const;
+  std::size_t ToCounts(StoredValues<double> values, std::span<std::int16_t> counts) const;
   // The same for values in another unit: each is first multiplied by
   // `unitFactor` and rounded to its own type, as MultiplyWithinRange does; a
   // product beyond the type's range becomes infinite and does not fit.
   std::size_t ToCounts(std::span<const float> values, double unitFactor,
-                       std::span<std::int16_t> counts) const;
+                       std::span<std::int16_t> counts) const {
+    return ToCounts(StoredView(values), unitFactor, counts);
+  }
   std::size_t ToCounts(std::span<const double> values, double unitFactor,
+                       std::span<std::int16_t> counts) const {
+    return ToCounts(StoredView(values), unitFactor, counts);
+  }
+  std::size_t ToCounts(StoredValues<float> values, double unitFactor,
+                       std::span<std::int16_t> counts) const;
+  std::size_t ToCounts(StoredValues<double> values, double unitFactor,
                        std::span<std::int16_t> counts) const;
 
  private:

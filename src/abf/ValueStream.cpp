@@ -35,28 +35,29 @@ void ForEachValueChunk(SourceFile& source, std::int64_t offset, std::int64_t cou
 template <typename Value>
 void ForEachStoredValueChunk(SourceFile& source, std::int64_t offset, std::int64_t count,
                              ByteOrder order,
-                             const std::function<void(std::span<const Value>)>& visit) {
+                             const std::function<void(StoredValues<Value>)>& visit) {
   // Mapped windows stay small enough to keep the resident set bounded.
   constexpr std::int64_t kWindowValues = (8 << 20) / sizeof(Value);
   constexpr std::int64_t kWidth = sizeof(Value);
   const bool nativeOrder =
       (order == ByteOrder::LittleEndian) == (std::endian::native == std::endian::little);
   std::int64_t done = 0;
-  if (nativeOrder && offset % kWidth == 0) {
+  if (nativeOrder) {
     for (; done < count; done += kWindowValues) {
       const std::int64_t n = std::min(kWindowValues, count - done);
       const MappedBytes window(source, offset + done * kWidth, static_cast<std::size_t>(n * kWidth));
       if (window.Bytes().empty()) break;  // read the rest instead
-      const std::span<const Value> values(reinterpret_cast<const Value*>(window.Bytes().data()),
-                                          static_cast<std::size_t>(n));
-      for (std::size_t first = 0; first < values.size(); first += kChunkValues) {
-        visit(values.subspan(first, std::min<std::size_t>(kChunkValues, values.size() - first)));
+      for (std::int64_t first = 0; first < n; first += kChunkValues) {
+        visit({window.Bytes().data() + first * kWidth,
+               static_cast<std::size_t>(std::min(kChunkValues, n - first))});
       }
     }
   }
   if (done >= count) return;
   ForEachValueChunk<Value>(source, offset + done * kWidth, count - done, order,
-                           [&](std::span<Value> values) { visit(values); });
+                           [&](std::span<Value> values) {
+                             visit(StoredView(std::span<const Value>(values)));
+                           });
 }
 
 template void ReadValues<float>(SourceFile&, std::int64_t, ByteOrder, std::span<float>);
@@ -66,6 +67,8 @@ template void ForEachValueChunk<float>(SourceFile&, std::int64_t, std::int64_t, 
 template void ForEachValueChunk<double>(SourceFile&, std::int64_t, std::int64_t, ByteOrder,
                                         const std::function<void(std::span<double>)>&);
 template void ForEachStoredValueChunk<float>(SourceFile&, std::int64_t, std::int64_t, ByteOrder,
-                                             const std::function<void(std::span<const float>)>&);
+                                             const std::function<void(StoredValues<float>)>&);
+template void ForEachStoredValueChunk<double>(SourceFile&, std::int64_t, std::int64_t, ByteOrder,
+                                              const std::function<void(StoredValues<double>)>&);
 
 }  // namespace convora

@@ -8,6 +8,7 @@
 #include <span>
 
 #include "abf/FileIo.h"
+#include "abf/SampleScaling.h"
 
 namespace convora {
 
@@ -28,13 +29,13 @@ template <typename Value>
 void ForEachValueChunk(SourceFile& source, std::int64_t offset, std::int64_t count,
                        ByteOrder order, const std::function<void(std::span<Value>)>& visit);
 
-// The same values, read-only. Where they are stored in this machine's order,
-// aligned, and wholly inside the file, the chunks are views of the file
-// mapped into memory, larger and copied nowhere; otherwise they are read as
-// ForEachValueChunk reads them.
+// The same values, read-only. Where they are stored in this machine's order
+// and wholly inside the file, the chunks are views of the file mapped into
+// memory, copied nowhere, at whatever alignment the file gives them;
+// otherwise they are read as ForEachValueChunk reads them.
 template <typename Value>
 void ForEachStoredValueChunk(SourceFile& source, std::int64_t offset, std::int64_t count,
                              ByteOrder order,
-                             const std::function<void(std::span<const Value>)>& visit);
+                             const std::function<void(StoredValues<Value>)>& visit);
 
 }  // namespace convora

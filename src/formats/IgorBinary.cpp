@@ -3,6 +3,7 @@
 #include <array>
 #include <bit>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <cstdint>
 #include <optional>
@@ -74,10 +75,9 @@ std::optional<UnitConversion> UnitOf(std::string_view dUnits) {
 // Values in the stored unit, at the wave's own width: a float product is
 // rounded back to a float, and one beyond the type's range cannot be held.
 template <typename Value>
-void ToStoredUnit(std::span<Value> values, const std::optional<UnitConversion>& unit) {
-  if (!unit) return;
-  if (MultiplyWithinRange(values, unit->factor) != values.size()) {
-    throw ConvoraError(std::string("a value converted to ") + unit->unit +
+void ToStoredUnit(std::span<Value> values, const UnitConversion& unit) {
+  if (MultiplyWithinRange(values, unit.factor) != values.size()) {
+    throw ConvoraError(std::string("a value converted to ") + unit.unit +
                        " is beyond the range of " +
                        (sizeof(Value) == 4 ? "a 32-bit" : "a 64-bit") + " float");
   }
@@ -92,11 +92,15 @@ bool IsGap(Value value) { return std::isnan(value) && !std::signbit(value); }
 // Told by their bits, in a loop the compiler can vectorise: as an unsigned
 // integer a negative NaN lies above -infinity.
 template <typename Value>
-bool AnyNegativeNaN(std::span<const Value> values) {
+bool AnyNegativeNaN(StoredValues<Value> values) {
   using Bits = std::conditional_t<sizeof(Value) == 4, std::uint32_t, std::uint64_t>;
   constexpr auto kNegativeInfinity = std::bit_cast<Bits>(-std::numeric_limits<Value>::infinity());
   Bits found = 0;
-  for (const Value value : values) found |= std::bit_cast<Bits>(value) > kNegativeInfinity;
+  for (std::size_t i = 0; i < values.size; ++i) {
+    Bits bits;
+    std::memcpy(&bits, values.bytes + i * sizeof(Bits), sizeof bits);
+    found |= bits > kNegativeInfinity;
+  }
   return found != 0;
 }
 
@@ -109,14 +113,28 @@ struct WaveScan {
 };
 
 template <typename Value>
-WaveScan ScanValues(SourceFile& source, const WaveHeader& wave,
-                    const std::optional<UnitConversion>& unitFirst) {
+void ScanChunk(StoredValues<Value> values, WaveScan& scan) {
+  if (!scan.extremes) scan.extremes.emplace(values[0]);
+  scan.extremes->Add(values);
+  scan.negativeNaN = scan.negativeNaN || AnyNegativeNaN(values);
+}
+
+// The values as stored, visited where they lie.
+template <typename Value>
+WaveScan ScanStored(SourceFile& source, const WaveHeader& wave) {
+  WaveScan scan;
+  ForEachStoredValueChunk<Value>(source, kValuesAt, wave.npnts, wave.order,
+                                 [&](StoredValues<Value> values) { ScanChunk(values, scan); });
+  return scan;
+}
+
+// The values in the stored unit, product by product.
+template <typename Value>
+WaveScan ScanProducts(SourceFile& source, const WaveHeader& wave, const UnitConversion& unit) {
   WaveScan scan;
   ForEachValueChunk<Value>(source, kValuesAt, wave.npnts, wave.order, [&](std::span<Value> chunk) {
-    ToStoredUnit(chunk, unitFirst);
-    if (!scan.extremes) scan.extremes.emplace(chunk.front());
-    scan.extremes->Add(std::span<const Value>(chunk));
-    scan.negativeNaN = scan.negativeNaN || AnyNegativeNaN<Value>(chunk);
+    ToStoredUnit(chunk, unit);
+    ScanChunk(StoredView(std::span<const Value>(chunk)), scan);
   });
   return scan;
 }
@@ -126,10 +144,10 @@ WaveScan ScanValues(SourceFile& source, const WaveHeader& wave,
 template <typename Value>
 WaveScan ScanWave(SourceFile& source, const WaveHeader& wave,
                   const std::optional<UnitConversion>& unit) {
-  WaveScan scan = ScanValues<Value>(source, wave, std::nullopt);
+  WaveScan scan = ScanStored<Value>(source, wave);
   if (!unit) return scan;
   scan.extremes = ExtremesOfProducts<Value>(*scan.extremes, unit->factor);
-  return scan.extremes ? scan : ScanValues<Value>(source, wave, unit);
+  return scan.extremes ? scan : ScanProducts<Value>(source, wave, *unit);
 }
 
 template <typename Value>
@@ -137,16 +155,16 @@ void WriteWave(SourceFile& source, const WaveHeader& wave, const std::optional<U
                const CountScaler& toCount, DataSectionWriter& out) {
   const std::optional<std::int16_t> gapCount = toCount(0.0);
   BatchedSamples batch(out);
-  ForEachValueChunk<Value>(source, kValuesAt, wave.npnts, wave.order, [&](std::span<Value> chunk) {
-    const std::span<const Value> values(chunk);
-    const std::span<std::int16_t> counts = batch.Next(values.size());
+  ForEachStoredValueChunk<Value>(source, kValuesAt, wave.npnts, wave.order,
+                                 [&](StoredValues<Value> values) {
+    const std::span<std::int16_t> counts = batch.Next(values.size);
     const std::size_t misfits = unit ? toCount.ToCounts(values, unit->factor, counts)
                                      : toCount.ToCounts(values, counts);
     if (misfits == 0) return;
     // Every value but a gap was checked before the output opened, so gaps
     // are all that can miss here; never write a wrapped count.
     std::size_t gaps = 0;
-    for (std::size_t i = 0; i < values.size(); ++i) {
+    for (std::size_t i = 0; i < values.size; ++i) {
       if (!IsGap(values[i]) || !gapCount) continue;
       counts[i] = *gapCount;
       ++gaps;

@@ -50,8 +50,8 @@ void ScaleToPeak(AbfHeader& h, SourceFile& source, const DataBlock& block, std::
   h.Set(abf::lADCResolution, 32768);
   std::optional<Extremes> extremes;
   ForEachStoredValueChunk<float>(source, block.offset, count, order,
-                                 [&](std::span<const float> values) {
-                                   if (!extremes) extremes.emplace(values.front());
+                                 [&](StoredValues<float> values) {
+                                   if (!extremes) extremes.emplace(values[0]);
                                    extremes->Add(values);
                                  });
   if (!extremes) return;
@@ -87,9 +87,9 @@ void ConvertUnknownBinary(Workbench& bench, const BinarySettings& settings) {
     const CountScaler toCount(h, 0);
     BatchedSamples counts(out);
     ForEachStoredValueChunk<float>(source, block.offset, *samples, OrderOf(settings),
-                                   [&](std::span<const float> values) {
+                                   [&](StoredValues<float> values) {
                                      // A value beyond 16 bits is left as the fresh array had it: 0.
-                                     toCount.ToCounts(values, counts.Next(values.size()));
+                                     toCount.ToCounts(values, counts.Next(values.size));
                                    });
     counts.Finish();
   });

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 #include <cstdint>
 #include <limits>
 #include <optional>
@@ -121,6 +122,29 @@ TYPED_TEST(SampleKernels, CountsInAnotherUnitEqualMultiplyingFirst) {
     }
     EXPECT_EQ(fused, expected);
     EXPECT_EQ(fusedMisfits, expectedMisfits);
+  });
+}
+
+TYPED_TEST(SampleKernels, ValuesStoredAtAnyAlignmentGiveTheSameResults) {
+  ForEveryLaneSet([&] {
+    const auto values = Awkward<TypeParam>(523, 5000.0);
+    const CountScaler toCount = ScalerWith(1.0f);
+    std::vector<std::int16_t> aligned(values.size());
+    const std::size_t alignedMisfits = toCount.ToCounts(std::span<const TypeParam>(values), aligned);
+    Extremes alignedExtremes(values.front());
+    alignedExtremes.Add(std::span<const TypeParam>(values));
+    for (const std::size_t shift : {1, 2, 3, 6}) {
+      std::vector<std::uint8_t> bytes(shift + values.size() * sizeof(TypeParam));
+      std::memcpy(bytes.data() + shift, values.data(), values.size() * sizeof(TypeParam));
+      const StoredValues<TypeParam> stored{bytes.data() + shift, values.size()};
+      std::vector<std::int16_t> counts(values.size());
+      EXPECT_EQ(toCount.ToCounts(stored, counts), alignedMisfits);
+      EXPECT_EQ(counts, aligned);
+      Extremes extremes(stored[0]);
+      extremes.Add(stored);
+      EXPECT_EQ(extremes.Minimum(), alignedExtremes.Minimum());
+      EXPECT_EQ(extremes.Maximum(), alignedExtremes.Maximum());
+    }
   });
 }
 

@@ -29,9 +29,9 @@ std::vector<float> StoredChunks(const std::filesystem::path& path, std::int64_t 
                                 std::int64_t count, ByteOrder order) {
   SourceFile source(path);
   std::vector<float> seen;
-  ForEachStoredValueChunk<float>(source, offset, count, order, [&](std::span<const float> chunk) {
-    EXPECT_FALSE(chunk.empty());
-    seen.insert(seen.end(), chunk.begin(), chunk.end());
+  ForEachStoredValueChunk<float>(source, offset, count, order, [&](StoredValues<float> chunk) {
+    EXPECT_NE(chunk.size, 0u);
+    for (std::size_t i = 0; i < chunk.size; ++i) seen.push_back(chunk[i]);
   });
   return seen;
 }
