@@ -72,6 +72,11 @@ TEST(IgorBinary, WavesConvertToTheHandComputedFiles) {
   // v x 16384 - 1.
   ExpectWave("QuietNaN", IgorWave({.values = {-1, kNaN, -1}}), kNoUnit, 5.12f,
              {-16385, -1, -16385});
+  // A gap in a wave with a unit: the samples are scaled with the unit in one
+  // pass, and the gap still stores 0 - 1. -10 and 20 pA: range 1000, factor
+  // 0.00512, count v x 16.384 - 1.
+  ExpectWave("AmperesWithGap", IgorWave({.dUnits = "A", .values = {-1e-11, kNaN, 2e-11}}), "pA",
+             0.00512f, {-165, -1, 327});
   const double signalling = std::bit_cast<double>(0x7ff0000000000001u);
   ExpectWave("MacSignallingNaN", IgorWave({.mac = true, .type = 4, .values = {-1, signalling, -1}}),
              kNoUnit, 5.12f, {-16385, -1, -16385});
