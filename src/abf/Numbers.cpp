@@ -20,59 +20,62 @@ constexpr double kExactPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,
 // The number that starts a text, in the form LeadingNumber accepts: its
 // length (0 when there is none) and, when one correctly rounded product or
 // quotient of two exact doubles gives its value, that value. That takes at
-// most 2^53 as an integer mantissa and a power of ten up to 22 either way;
-// the result is then the correctly rounded value, as from_chars would give,
-// at a fraction of the cost. Most numbers written by programs are of this kind.
+// most 19 digits whose integer is at most 2^53, and a power of ten up to 22
+// either way; the result is then the correctly rounded value, as from_chars
+// would give, at a fraction of the cost. Most numbers written by programs are
+// of this kind, and text conversions read one per sample, so the scan is kept
+// to one pass over the characters with no per-digit bookkeeping.
 struct ScannedNumber {
   std::size_t length = 0;
-  std::optional<double> exactValue;
+  bool exact = false;  // whether `value` holds the number's value
+  double value = 0.0;
 };
 
-ScannedNumber ScanNumber(std::string_view text) {
-  std::size_t i = 0;
-  const bool negative = !text.empty() && text[0] == '-';
-  if (i < text.size() && (text[i] == '+' || text[i] == '-')) ++i;
+inline ScannedNumber ScanNumber(std::string_view text) {
+  const char* const begin = text.data();
+  const char* const end = begin + text.size();
+  const char* p = begin;
+  const bool negative = p != end && *p == '-';
+  if (p != end && (*p == '+' || *p == '-')) ++p;
+  // Digits beyond 19 may wrap the mantissa; such numbers are read slowly.
   std::uint64_t mantissa = 0;
-  int mantissaDigits = 0;
-  int significantDigits = 0;
-  int exponent = 0;
-  const auto takeDigits = [&](bool afterPoint) {
-    for (; i < text.size() && IsDigit(text[i]); ++i) {
-      ++mantissaDigits;
-      if (afterPoint) --exponent;
-      if (mantissa == 0 && text[i] == '0') continue;
-      // Past 19 digits the mantissa no longer fits; such a number is read slowly.
-      if (++significantDigits <= 19) mantissa = mantissa * 10 + static_cast<std::uint64_t>(text[i] - '0');
-    }
+  const auto takeDigits = [&] {
+    const char* const first = p;
+    for (; p != end && IsDigit(*p); ++p) mantissa = mantissa * 10 + static_cast<std::uint64_t>(*p - '0');
+    return p - first;
   };
-  takeDigits(false);
-  if (i < text.size() && text[i] == '.') {
-    ++i;
-    takeDigits(true);
+  std::int64_t digits = takeDigits();
+  std::int64_t exponent = 0;
+  if (p != end && *p == '.') {
+    ++p;
+    const std::int64_t fraction = takeDigits();
+    digits += fraction;
+    exponent = -fraction;
   }
-  if (mantissaDigits == 0) return {};
-  std::size_t end = i;
-  int written = 0;
-  if (i < text.size() && (text[i] == 'e' || text[i] == 'E' || text[i] == 'd' || text[i] == 'D')) {
-    std::size_t j = i + 1;
-    const bool negativeExponent = j < text.size() && text[j] == '-';
-    if (j < text.size() && (text[j] == '+' || text[j] == '-')) ++j;
-    if (j < text.size() && IsDigit(text[j])) {
-      for (; j < text.size() && IsDigit(text[j]); ++j) {
-        if (written < 100000) written = written * 10 + (text[j] - '0');
+  if (digits == 0) return {};
+  const char* numberEnd = p;
+  if (p != end && (*p == 'e' || *p == 'E' || *p == 'd' || *p == 'D')) {
+    const char* q = p + 1;
+    const bool negativeExponent = q != end && *q == '-';
+    if (q != end && (*q == '+' || *q == '-')) ++q;
+    if (q != end && IsDigit(*q)) {
+      std::int64_t written = 0;
+      for (; q != end && IsDigit(*q); ++q) {
+        if (written < 100000) written = written * 10 + (*q - '0');
       }
-      end = j;
+      numberEnd = q;
       exponent += negativeExponent ? -written : written;
     }
   }
-  ScannedNumber scanned{end, std::nullopt};
-  if (significantDigits > 19 || mantissa > (std::uint64_t{1} << 53)) return scanned;
+  ScannedNumber scanned{static_cast<std::size_t>(numberEnd - begin)};
+  if (digits > 19 || mantissa > (std::uint64_t{1} << 53)) return scanned;
   double value = static_cast<double>(mantissa);
   if (mantissa != 0) {
     if (exponent < -22 || exponent > 22) return scanned;
     value = exponent < 0 ? value / kExactPowersOfTen[-exponent] : value * kExactPowersOfTen[exponent];
   }
-  scanned.exactValue = negative ? -value : value;
+  scanned.exact = true;
+  scanned.value = negative ? -value : value;
   return scanned;
 }
 
@@ -100,7 +103,7 @@ double ToDouble(const std::string& number) {
 }
 
 double ValueOf(std::string_view number, const ScannedNumber& scanned) {
-  if (scanned.exactValue) return *scanned.exactValue;
+  if (scanned.exact) return scanned.value;
   return ToDouble(Normalised(number.substr(0, scanned.length)));
 }
 
