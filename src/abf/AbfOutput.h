@@ -41,6 +41,10 @@ class DataSectionWriter {
  public:
   DataSectionWriter(OutputFile& file, std::int64_t start) : file_(file), position_(start) {}
 
+  // A writer of the same section that starts `bytes` further on, so that
+  // parts of the section produced at once each write their own stretch.
+  DataSectionWriter Skipped(std::int64_t bytes) const { return {file_, position_ + bytes}; }
+
   void WriteSamples(std::span<const std::int16_t> samples);
   void WriteBytes(std::span<const std::uint8_t> bytes);
   // Copies up to `count` bytes of `source` from `offset` inside the kernel;

@@ -103,6 +103,7 @@ OutputFile::OutputFile(const std::filesystem::path& path) : path_(path) {
 }
 
 void OutputFile::WriteAt(std::int64_t offset, std::span<const std::uint8_t> bytes) {
+  const std::lock_guard turn(writing_);
   stream_.seekp(offset);
   stream_.write(reinterpret_cast<const char*>(bytes.data()),
                 static_cast<std::streamsize>(bytes.size()));

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <mutex>
 #include <span>
 #include <vector>
 
@@ -56,6 +57,7 @@ class OutputFile {
  public:
   explicit OutputFile(const std::filesystem::path& path);
 
+  // Safe to call from several threads at once: the writes take turns.
   void WriteAt(std::int64_t offset, std::span<const std::uint8_t> bytes);
   // Copies `count` bytes of `source` from `from` to `to` in this file inside
   // the kernel where the system can (Linux copy_file_range), without passing
@@ -69,6 +71,7 @@ class OutputFile {
  private:
   std::filesystem::path path_;
   std::fstream stream_;
+  std::mutex writing_;
 };
 
 // Opens `output` for a conversion of `source`; refuses when the two name one

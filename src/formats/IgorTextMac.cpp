@@ -1,116 +1,102 @@
 #include "formats/IgorTextMac.h"
 
-#include <array>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <optional>
+#include <utility>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "abf/ConvoraError.h"
 #include "abf/Numbers.h"
+#include "abf/Parallel.h"
 #include "abf/SampleScaling.h"
+#include "formats/IgorTextPieces.h"
 
 // A Macintosh Igor text wave: heading lines, then one value per line, every
-// data line starting with a tab after the previous line's carriage return. The
-// text is cut at each carriage return + tab; what comes before the first cut
-// is the heading and is skipped, and each later piece gives one value, the
-// number it starts with. The text is read twice in bounded chunks (extremes,
-// then samples), never held whole.
+// data line starting with a tab after the previous line's carriage return
+// (formats/IgorTextPieces.h reads them). The text is read twice (extremes,
+// then samples), never held whole; each pass splits it into one share per
+// core, since reading numbers, not the disk, bounds its speed.
 
 namespace convora {
 namespace {
 
-constexpr std::int64_t kChunkBytes = 1 << 16;
-constexpr std::size_t kSamplesPerWrite = 1 << 15;
+// Below this a share is not worth a thread of its own.
+constexpr std::int64_t kSmallestShareBytes = 1 << 20;
+constexpr std::size_t kSamplesPerWrite = 1 << 19;
 
-// Which characters may belong to a number, one entry per byte value: the
-// scan asks this of every character of the file.
-constexpr std::array<bool, 256> kMayBelongToNumber = [] {
-  std::array<bool, 256> table{};
-  for (const char c : std::string_view("0123456789+-.eEdD \t")) {
-    table[static_cast<unsigned char>(c)] = true;
-  }
-  return table;
-}();
-
-inline bool MayBelongToNumber(char c) { return kMayBelongToNumber[static_cast<unsigned char>(c)]; }
-
-// The start of a piece, as much of it as its leading number can use: the
-// characters that may belong to a number, up to the first that cannot. A
-// piece of any length thus costs a bounded amount of memory; a number written
-// with more than kMaxNumberText characters is read from its first ones.
-class PieceNumber {
- public:
-  // Takes the characters of `run`, all of which may belong to a number.
-  void Feed(std::string_view run) {
-    const std::size_t room = kMaxNumberText - text_.size();
-    text_.append(run.substr(0, room));
-    if (run.size() >= room) ended_ = true;
-  }
-  void End() { ended_ = true; }
-  bool Ended() const { return ended_; }
-
-  double Value() const { return LeadingNumber(text_); }
-
- private:
-  static constexpr std::size_t kMaxNumberText = 4096;
-
-  std::string text_;
-  bool ended_ = false;
+// What the first pass learns of one share.
+struct ShareSummary {
+  std::int64_t pieces = 0;
+  std::optional<Extremes> extremes;
+  std::optional<std::int64_t> firstTooLarge;  // which of its pieces, from 1
 };
 
-// Calls `onValue` with the values of pieces 1, 2, ... in order, each the
-// number its piece starts with, in picoamperes; returns how many there were.
-// A separator or a number may straddle two chunks. Between the number and
-// the next carriage return nothing matters, so the scan jumps there.
-template <typename OnValue>
-std::int64_t ForEachValue(SourceFile& source, OnValue&& onValue) {
-  std::vector<std::uint8_t> chunk(kChunkBytes);
-  std::optional<PieceNumber> number;  // empty while in the heading
-  std::int64_t pieces = 0;
-  bool afterReturn = false;
-  auto finishPiece = [&] {
-    if (!number) return;
-    const double picoamperes = number->Value() * kAmperesAsPicoamperes.factor;
+ShareSummary SummariseShare(const std::filesystem::path& path, TextShare share) {
+  SourceFile source(path);  // a stream of its own: shares are read at once
+  ShareSummary summary;
+  std::int64_t piece = 0;
+  summary.pieces = ForEachPieceNumber(source, share, [&](double number) {
+    ++piece;
+    const double picoamperes = number * kAmperesAsPicoamperes.factor;
     if (!std::isfinite(picoamperes)) {
-      throw ConvoraError("value " + std::to_string(pieces) +
+      if (!summary.firstTooLarge) summary.firstTooLarge = piece;
+    } else if (summary.extremes) {
+      summary.extremes->Add(picoamperes);
+    } else {
+      summary.extremes.emplace(picoamperes);
+    }
+  });
+  return summary;
+}
+
+// The number of pieces and their extremes, in picoamperes; throws, naming it,
+// at the first value a double cannot hold in picoamperes.
+std::pair<std::int64_t, std::optional<Extremes>> Summarise(
+    const std::vector<ShareSummary>& shares) {
+  std::int64_t pieces = 0;
+  std::optional<Extremes> extremes;
+  for (const ShareSummary& share : shares) {
+    if (share.firstTooLarge) {
+      throw ConvoraError("value " + std::to_string(pieces + *share.firstTooLarge) +
                          " is too large to be stored in picoamperes");
     }
-    onValue(picoamperes);
-  };
-  for (std::int64_t offset = 0; offset < source.Length(); offset += kChunkBytes) {
-    const std::size_t got = source.ReadPadded(offset, chunk);
-    const char* p = reinterpret_cast<const char*>(chunk.data());
-    const char* const end = p + got;
-    while (p < end) {
-      if (afterReturn) {
-        afterReturn = false;
-        if (*p == '\t') {
-          finishPiece();
-          number.emplace();
-          ++pieces;
-          ++p;
-        }
-      }
-      if (number && !number->Ended()) {
-        const char* q = p;
-        while (q < end && MayBelongToNumber(*q)) ++q;
-        number->Feed({p, static_cast<std::size_t>(q - p)});
-        if (q < end) number->End();
-        p = q;
-      }
-      const void* next = std::memchr(p, '\r', static_cast<std::size_t>(end - p));
-      if (next == nullptr) break;
-      p = static_cast<const char*>(next) + 1;
-      afterReturn = true;
+    pieces += share.pieces;
+    if (!share.extremes) continue;
+    if (!extremes) {
+      extremes = share.extremes;
+    } else {
+      extremes->Add(share.extremes->Minimum());
+      extremes->Add(share.extremes->Maximum());
     }
   }
-  finishPiece();
-  return pieces;
+  return {pieces, extremes};
+}
+
+// Writes the counts of one share's pieces, of which the first pass found
+// `pieces`, through `out`.
+void WriteShare(const std::filesystem::path& path, TextShare share, std::int64_t pieces,
+                const CountScaler& toCount, DataSectionWriter out) {
+  SourceFile source(path);
+  std::vector<std::int16_t> counts;
+  counts.reserve(kSamplesPerWrite);
+  std::int64_t produced = 0;
+  bool unfit = false;
+  const std::int64_t again = ForEachPieceNumber(source, share, [&](double number) {
+    if (produced == pieces) return;
+    ++produced;
+    const auto count = toCount(number * kAmperesAsPicoamperes.factor);
+    unfit = unfit || !count;
+    counts.push_back(count.value_or(0));
+    if (counts.size() == kSamplesPerWrite) {
+      out.WriteSamples(counts);
+      counts.clear();
+    }
+  });
+  out.WriteSamples(counts);
+  if (unfit || again != pieces) throw ConvoraError("the file changed while it was being converted");
 }
 
 // The interval in microseconds, the answer read as a number as a whole.
@@ -132,14 +118,13 @@ void ConvertIgorTextMac(Workbench& bench) {
   bench.Prompt().SetBusy(true);
   SourceFile source(bench.SelectedFilePath);
 
-  std::optional<Extremes> extremes;
-  const std::int64_t count = ForEachValue(source, [&](double value) {
-    if (extremes) {
-      extremes->Add(value);
-    } else {
-      extremes.emplace(value);
-    }
+  const std::vector<TextShare> shares =
+      ShareText(source.Length(), PartsFor(source.Length(), kSmallestShareBytes));
+  std::vector<ShareSummary> summaries(shares.size());
+  RunParts(shares.size(), [&](std::size_t k) {
+    summaries[k] = SummariseShare(source.Path(), shares[k]);
   });
+  const auto [count, extremes] = Summarise(summaries);
   if (count == 0) {
     throw ConvoraError("no data lines found: the values must each follow a carriage return "
                        "and a tab");
@@ -187,22 +172,14 @@ void ConvertIgorTextMac(Workbench& bench) {
   bench.TemplateHeader = h;
   StampTemplate(bench);
   WriteAbfOutput(bench, [&](DataSectionWriter& out) {
-    std::vector<std::int16_t> counts;
-    counts.reserve(kSamplesPerWrite);
-    std::int64_t written = 0;
-    const std::int64_t again = ForEachValue(source, [&](double value) {
-      if (written + static_cast<std::int64_t>(counts.size()) == count) return;
-      const auto sampleCount = toCount(value);
-      if (!sampleCount) throw ConvoraError("the file changed while it was being converted");
-      counts.push_back(*sampleCount);
-      if (counts.size() == kSamplesPerWrite) {
-        out.WriteSamples(counts);
-        written += static_cast<std::int64_t>(counts.size());
-        counts.clear();
-      }
+    std::vector<std::int64_t> firstSample(shares.size(), 0);
+    for (std::size_t k = 1; k < shares.size(); ++k) {
+      firstSample[k] = firstSample[k - 1] + summaries[k - 1].pieces;
+    }
+    RunParts(shares.size(), [&](std::size_t k) {
+      WriteShare(source.Path(), shares[k], summaries[k].pieces, toCount,
+                 out.Skipped(firstSample[k] * std::int64_t{sizeof(std::int16_t)}));
     });
-    out.WriteSamples(counts);
-    if (again != count) throw ConvoraError("the file changed while it was being converted");
   });
 }
 

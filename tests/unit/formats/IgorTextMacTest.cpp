@@ -41,18 +41,28 @@ TEST(IgorTextMac, WorkedExampleWrittenOverALongerFileOnATemplateWithEveryByteSet
                                      "in microsecond"});
 }
 
-// Separators and numbers that straddle the boundary between two 64 KiB reads:
-// a number, a CR+TAB, and a CR that is not followed by a TAB then a CR+TAB.
-TEST(IgorTextMac, PiecesAcrossTheReadBoundaryGiveTheSameSamples) {
-  for (const std::size_t lead : {65530, 65535, 65513}) {
-    BenchFixture f;
-    const auto text = std::string(lead, 'h') + "\r\t-1e-11\r\t1e-11\r\t5e-12\r\r\t0";
-    const Bytes written = Converted(f, ConvertIgorTextMac, "c.itx", TextBytes(text));
-    // Range 10, count = v x 32768 x 0.512f / 10 - 1 = v x 1677.72168 - 1:
-    // -10 -> -16778, 10 -> 16776, 5 -> 8388, 0 -> -1.
-    EXPECT_EQ(SamplesOf(written, 4), (std::vector<std::int16_t>{-16778, 16776, 8388, -1})) << lead;
-    EXPECT_EQ(HeaderOf(written).Get(abf::fADCSampleInterval), 1000.0f);  // the default
-  }
+// A text long enough to be read in shares, one per core: the samples of every
+// share land in order, and a bad value is named by its place in the file.
+TEST(IgorTextMac, LongTextsReadInSharesKeepTheFileOrder) {
+  // Range 10, count = v x 32768 x 0.512f / 10 - 1 = v x 1677.72168 - 1:
+  // -10 -> -16778, 10 -> 16776, 5 -> 8388, 0 -> -1.
+  const std::string group = "\r\t-1e-11\r\t1e-11\r\t5e-12\r\t0";
+  constexpr std::size_t kGroups = 120000;  // 3 MB
+  std::string text = "h";
+  for (std::size_t i = 0; i < kGroups; ++i) text += group;
+  std::vector<std::int16_t> expected;
+  for (std::size_t i = 0; i < kGroups; ++i) expected.insert(expected.end(), {-16778, 16776, 8388, -1});
+  BenchFixture f;
+  const Bytes written = Converted(f, ConvertIgorTextMac, "long.itx", TextBytes(text));
+  EXPECT_EQ(SamplesOf(written, expected.size()), expected);
+  EXPECT_EQ(HeaderOf(written).Get(abf::lActualAcqLength), static_cast<std::int32_t>(expected.size()));
+  EXPECT_EQ(HeaderOf(written).Get(abf::fADCSampleInterval), 1000.0f);  // the default
+
+  // A value too large for picoamperes just before the last one: in the last
+  // share, wherever the text is split.
+  text.insert(text.size() - 3, "\r\t1e300");
+  BenchFixture bad;
+  ExpectError(bad, ConvertIgorTextMac, "bad.itx", TextBytes(text), "value 480000 is too large");
 }
 
 TEST(IgorTextMac, BadFilesAndAnswersEndWithNothingWritten) {

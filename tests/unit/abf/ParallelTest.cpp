@@ -1,0 +1,36 @@
+#include "abf/Parallel.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <stdexcept>
+#include <thread>
+#include <string>
+#include <vector>
+
+namespace convora {
+namespace {
+
+TEST(Parallel, EveryPartRunsAndTheFirstFailureInPartOrderIsRethrown) {
+  std::vector<std::atomic<int>> runs(6);
+  try {
+    RunParts(6, [&](std::size_t part) {
+      ++runs[part];
+      if (part == 2 || part == 4) throw std::runtime_error("part " + std::to_string(part));
+    });
+    FAIL() << "nothing was rethrown";
+  } catch (const std::runtime_error& e) {
+    EXPECT_STREQ(e.what(), "part 2");
+  }
+  for (const auto& count : runs) EXPECT_EQ(count, 1);
+}
+
+TEST(Parallel, SmallJobsStayInOnePart) {
+  EXPECT_EQ(PartsFor(0, 1 << 20), 1u);
+  EXPECT_EQ(PartsFor((1 << 20) + 5, 1 << 20), 1u);
+  EXPECT_GE(PartsFor(std::int64_t{1} << 40, 1 << 20), 1u);
+  EXPECT_LE(PartsFor(std::int64_t{1} << 40, 1 << 20), std::max(1u, std::thread::hardware_concurrency()));
+}
+
+}  // namespace
+}  // namespace convora
