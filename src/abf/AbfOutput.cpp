@@ -77,6 +77,19 @@ void BatchedSamples::Finish() {
   used_ = 0;
 }
 
+RunBatches::RunBatches(const DataSectionWriter& out, const std::vector<Stretch>& runs) {
+  writers_.reserve(runs.size());
+  batches_.reserve(runs.size());
+  for (const Stretch& run : runs) {
+    writers_.push_back(out.Skipped(run.from * std::int64_t{sizeof(std::int16_t)}));
+    batches_.emplace_back(writers_.back());
+  }
+}
+
+void RunBatches::Finish() {
+  for (BatchedSamples& batch : batches_) batch.Finish();
+}
+
 void WriteAbfFile(const AbfHeader& header, const std::filesystem::path& source,
                   const std::filesystem::path& output, const SampleProducer& produceSamples) {
   const std::int32_t dataBlock = header.Get(abf::lDataSectionPtr);

@@ -12,6 +12,7 @@
 
 #include "abf/AbfHeader.h"
 #include "abf/FileIo.h"
+#include "abf/Parallel.h"
 
 namespace convora {
 
@@ -73,6 +74,21 @@ class BatchedSamples {
   DataSectionWriter& out_;
   std::vector<std::int16_t> samples_;
   std::size_t used_ = 0;
+};
+
+// One BatchedSamples for each run of samples produced at once (ValueStream.h):
+// run k's samples go to the data section from sample runs[k].from on.
+class RunBatches {
+ public:
+  RunBatches(const DataSectionWriter& out, const std::vector<Stretch>& runs);
+
+  BatchedSamples& operator[](std::size_t run) { return batches_[run]; }
+  // Writes what every run has gathered.
+  void Finish();
+
+ private:
+  std::vector<DataSectionWriter> writers_;  // never grows once made: the batches refer to them
+  std::vector<BatchedSamples> batches_;
 };
 
 using SampleProducer = std::function<void(DataSectionWriter&)>;

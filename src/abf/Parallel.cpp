@@ -13,6 +13,15 @@ std::size_t PartsFor(std::int64_t bytes, std::int64_t smallestPartBytes) {
   return static_cast<std::size_t>(std::clamp<std::int64_t>(worthwhile, 1, cores));
 }
 
+std::vector<Stretch> SplitEvenly(std::int64_t length, std::size_t parts) {
+  const auto count = static_cast<std::int64_t>(std::max<std::size_t>(parts, 1));
+  // floor(length x k / count), without the product overflowing.
+  const auto boundary = [&](std::int64_t k) { return length / count * k + length % count * k / count; };
+  std::vector<Stretch> stretches;
+  for (std::int64_t k = 0; k < count; ++k) stretches.push_back({boundary(k), boundary(k + 1)});
+  return stretches;
+}
+
 void RunParts(std::size_t parts, const std::function<void(std::size_t)>& task) {
   std::vector<std::exception_ptr> failures(parts);
   const auto run = [&](std::size_t part) {

@@ -1,12 +1,26 @@
 #pragma once
 // Independent parts of one job run at once, one per processor core: reading
-// text is bound by the processor, not by the disk, so a second core halves it.
+// text and scaling values are bound by the processor more than by the disk,
+// so a second core nearly halves them.
 
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <vector>
 
 namespace convora {
+
+// Items [from, to) of a job: bytes of a file, or values of a recording.
+struct Stretch {
+  std::int64_t from = 0;
+  std::int64_t to = 0;
+
+  std::int64_t Length() const { return to - from; }
+};
+
+// `parts` (at least one) stretches of about equal length that cover items [0,
+// length) in order.
+std::vector<Stretch> SplitEvenly(std::int64_t length, std::size_t parts);
 
 // How many parts a job over `bytes` is worth: one per core, none smaller than
 // `smallestPartBytes` (a thread costs more than it saves on little work), and

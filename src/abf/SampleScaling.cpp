@@ -20,6 +20,25 @@ CountScaler::CountScaler(const AbfHeader& header, std::size_t channel)
       scaleFactor_(header.Get(abf::fInstrumentScaleFactor, channel)),
       range_(header.Get(abf::fADCRange)) {}
 
+std::optional<Extremes> RunExtremes::Join(const std::vector<RunExtremes>& runs) {
+  std::optional<Extremes> joined;
+  for (const RunExtremes& run : runs) {
+    if (!run.extremes_) continue;
+    if (joined) {
+      joined->Add(*run.extremes_);
+    } else {
+      joined = run.extremes_;
+    }
+  }
+  return joined;
+}
+
+std::vector<RunExtremes> ExtremesOfRuns(std::size_t runs) {
+  std::vector<RunExtremes> extremes;
+  for (std::size_t k = 0; k < runs; ++k) extremes.emplace_back(k == 0);
+  return extremes;
+}
+
 template <typename Value>
 std::optional<Extremes> ExtremesOfProducts(const Extremes& stored, double factor) {
   if (!std::isfinite(stored.Minimum()) || !std::isfinite(stored.Maximum())) return std::nullopt;

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <optional>
 #include <span>
+#include <vector>
 
 #include "abf/AbfHeader.h"
 #include "abf/Numbers.h"
@@ -44,6 +45,11 @@ class Extremes {
     if (value < minimum_) minimum_ = value;
     if (value > maximum_) maximum_ = value;
   }
+  // The extremes of values that come after these ones, as if added one by one.
+  void Add(const Extremes& later) {
+    Add(later.minimum_);
+    Add(later.maximum_);
+  }
   // The same as adding the values one by one, several lanes at a time. A zero
   // extreme may come out with the other sign of zero; only its magnitude and
   // its scaled count are ever used, and both are the same for 0 and -0.
@@ -61,6 +67,40 @@ class Extremes {
   double minimum_;
   double maximum_;
 };
+
+// The extremes of one run of values, when a recording is scanned in runs at
+// once (ValueStream.h). Joined in run order they are the extremes the whole
+// recording gives value by value: the first run starts at its first value as
+// it stands, so that a NaN there still leaves them NaN; a later run starts at
+// its first value that is not NaN, since a NaN that a single scan would have
+// passed over must not hide the values after it. Every run holds a value.
+class RunExtremes {
+ public:
+  explicit RunExtremes(bool firstRun) : firstRun_(firstRun) {}
+
+  template <typename Value>
+  void Add(StoredValues<Value> values) {
+    std::size_t start = 0;
+    if (!extremes_) {
+      if (!firstRun_) {
+        while (start < values.size && std::isnan(values[start])) ++start;
+      }
+      if (start == values.size) return;
+      extremes_.emplace(values[start]);
+    }
+    extremes_->Add(StoredValues<Value>{values.bytes + start * sizeof(Value), values.size - start});
+  }
+
+  // Nothing when no run held a value that could start them.
+  static std::optional<Extremes> Join(const std::vector<RunExtremes>& runs);
+
+ private:
+  bool firstRun_;
+  std::optional<Extremes> extremes_;
+};
+
+// One RunExtremes for each of `runs` runs, the first of them first.
+std::vector<RunExtremes> ExtremesOfRuns(std::size_t runs);
 
 // Unit conversion in place: values[i] x factor, rounded to the values' own
 // type, from the first value on and up to the first finite one whose product

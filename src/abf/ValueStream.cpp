@@ -60,6 +60,24 @@ void ForEachStoredValueChunk(SourceFile& source, std::int64_t offset, std::int64
                            });
 }
 
+std::vector<Stretch> ValueRunsFor(std::int64_t count, std::int64_t valueBytes) {
+  // Scaling runs near the speed of memory: a thread pays off only on a few MiB.
+  constexpr std::int64_t kSmallestRunBytes = 8 << 20;
+  return SplitEvenly(count, PartsFor(count * valueBytes, kSmallestRunBytes));
+}
+
+template <typename Value>
+void ForEachStoredValueChunkInRuns(
+    SourceFile& source, std::int64_t offset, const std::vector<Stretch>& runs, ByteOrder order,
+    const std::function<void(std::size_t, StoredValues<Value>)>& visit) {
+  RunParts(runs.size(), [&](std::size_t k) {
+    SourceFile own(source.Path());
+    ForEachStoredValueChunk<Value>(own, offset + runs[k].from * std::int64_t{sizeof(Value)},
+                                   runs[k].Length(), order,
+                                   [&](StoredValues<Value> chunk) { visit(k, chunk); });
+  });
+}
+
 template void ReadValues<float>(SourceFile&, std::int64_t, ByteOrder, std::span<float>);
 template void ReadValues<double>(SourceFile&, std::int64_t, ByteOrder, std::span<double>);
 template void ForEachValueChunk<float>(SourceFile&, std::int64_t, std::int64_t, ByteOrder,
@@ -70,5 +88,11 @@ template void ForEachStoredValueChunk<float>(SourceFile&, std::int64_t, std::int
                                              const std::function<void(StoredValues<float>)>&);
 template void ForEachStoredValueChunk<double>(SourceFile&, std::int64_t, std::int64_t, ByteOrder,
                                               const std::function<void(StoredValues<double>)>&);
+template void ForEachStoredValueChunkInRuns<float>(
+    SourceFile&, std::int64_t, const std::vector<Stretch>&, ByteOrder,
+    const std::function<void(std::size_t, StoredValues<float>)>&);
+template void ForEachStoredValueChunkInRuns<double>(
+    SourceFile&, std::int64_t, const std::vector<Stretch>&, ByteOrder,
+    const std::function<void(std::size_t, StoredValues<double>)>&);
 
 }  // namespace convora

@@ -6,8 +6,10 @@
 #include <cstdint>
 #include <functional>
 #include <span>
+#include <vector>
 
 #include "abf/FileIo.h"
+#include "abf/Parallel.h"
 #include "abf/SampleScaling.h"
 
 namespace convora {
@@ -37,5 +39,17 @@ template <typename Value>
 void ForEachStoredValueChunk(SourceFile& source, std::int64_t offset, std::int64_t count,
                              ByteOrder order,
                              const std::function<void(StoredValues<Value>)>& visit);
+
+// Runs of `count` values of `valueBytes` bytes each, for the form below: one
+// per core, none too short to be worth a thread of its own.
+std::vector<Stretch> ValueRunsFor(std::int64_t count, std::int64_t valueBytes);
+
+// The same values split into `runs` (value indices, from ValueRunsFor) and
+// visited at once, one run to a core: visit(k, chunk) gets the chunks of
+// runs[k] in order. Each run reads through a stream of its own.
+template <typename Value>
+void ForEachStoredValueChunkInRuns(
+    SourceFile& source, std::int64_t offset, const std::vector<Stretch>& runs, ByteOrder order,
+    const std::function<void(std::size_t, StoredValues<Value>)>& visit);
 
 }  // namespace convora

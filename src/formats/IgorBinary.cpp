@@ -1,5 +1,6 @@
 #include "formats/IgorBinary.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cmath>
@@ -112,20 +113,19 @@ struct WaveScan {
   bool negativeNaN = false;
 };
 
-template <typename Value>
-void ScanChunk(StoredValues<Value> values, WaveScan& scan) {
-  if (!scan.extremes) scan.extremes.emplace(values[0]);
-  scan.extremes->Add(values);
-  scan.negativeNaN = scan.negativeNaN || AnyNegativeNaN(values);
-}
-
-// The values as stored, visited where they lie.
+// The values as stored, visited where they lie, a run to a core.
 template <typename Value>
 WaveScan ScanStored(SourceFile& source, const WaveHeader& wave) {
-  WaveScan scan;
-  ForEachStoredValueChunk<Value>(source, kValuesAt, wave.npnts, wave.order,
-                                 [&](StoredValues<Value> values) { ScanChunk(values, scan); });
-  return scan;
+  const std::vector<Stretch> runs = ValueRunsFor(wave.npnts, sizeof(Value));
+  std::vector<RunExtremes> extremes = ExtremesOfRuns(runs.size());
+  std::vector<char> negativeNaN(runs.size(), 0);  // a byte per run: written at once
+  ForEachStoredValueChunkInRuns<Value>(source, kValuesAt, runs, wave.order,
+                                       [&](std::size_t k, StoredValues<Value> values) {
+    extremes[k].Add(values);
+    negativeNaN[k] = negativeNaN[k] || AnyNegativeNaN(values);
+  });
+  return {RunExtremes::Join(extremes),
+          std::any_of(negativeNaN.begin(), negativeNaN.end(), [](char found) { return found != 0; })};
 }
 
 // The values in the stored unit, product by product.
@@ -134,7 +134,9 @@ WaveScan ScanProducts(SourceFile& source, const WaveHeader& wave, const UnitConv
   WaveScan scan;
   ForEachValueChunk<Value>(source, kValuesAt, wave.npnts, wave.order, [&](std::span<Value> chunk) {
     ToStoredUnit(chunk, unit);
-    ScanChunk(StoredView(std::span<const Value>(chunk)), scan);
+    if (!scan.extremes) scan.extremes.emplace(chunk[0]);
+    scan.extremes->Add(std::span<const Value>(chunk));
+    scan.negativeNaN = scan.negativeNaN || AnyNegativeNaN(StoredView(std::span<const Value>(chunk)));
   });
   return scan;
 }
@@ -154,10 +156,11 @@ template <typename Value>
 void WriteWave(SourceFile& source, const WaveHeader& wave, const std::optional<UnitConversion>& unit,
                const CountScaler& toCount, DataSectionWriter& out) {
   const std::optional<std::int16_t> gapCount = toCount(0.0);
-  BatchedSamples batch(out);
-  ForEachStoredValueChunk<Value>(source, kValuesAt, wave.npnts, wave.order,
-                                 [&](StoredValues<Value> values) {
-    const std::span<std::int16_t> counts = batch.Next(values.size);
+  const std::vector<Stretch> runs = ValueRunsFor(wave.npnts, sizeof(Value));
+  RunBatches batches(out, runs);
+  ForEachStoredValueChunkInRuns<Value>(source, kValuesAt, runs, wave.order,
+                                       [&](std::size_t k, StoredValues<Value> values) {
+    const std::span<std::int16_t> counts = batches[k].Next(values.size);
     const std::size_t misfits = unit ? toCount.ToCounts(values, unit->factor, counts)
                                      : toCount.ToCounts(values, counts);
     if (misfits == 0) return;
@@ -171,7 +174,7 @@ void WriteWave(SourceFile& source, const WaveHeader& wave, const std::optional<U
     }
     if (gaps != misfits) throw ConvoraError("a value does not fit a 16-bit sample");
   });
-  batch.Finish();
+  batches.Finish();
 }
 
 }  // namespace

@@ -34,7 +34,7 @@ struct ShareSummary {
   std::optional<std::int64_t> firstTooLarge;  // which of its pieces, from 1
 };
 
-ShareSummary SummariseShare(const std::filesystem::path& path, TextShare share) {
+ShareSummary SummariseShare(const std::filesystem::path& path, Stretch share) {
   SourceFile source(path);  // a stream of its own: shares are read at once
   ShareSummary summary;
   std::int64_t piece = 0;
@@ -65,11 +65,10 @@ std::pair<std::int64_t, std::optional<Extremes>> Summarise(
     }
     pieces += share.pieces;
     if (!share.extremes) continue;
-    if (!extremes) {
-      extremes = share.extremes;
+    if (extremes) {
+      extremes->Add(*share.extremes);
     } else {
-      extremes->Add(share.extremes->Minimum());
-      extremes->Add(share.extremes->Maximum());
+      extremes = share.extremes;
     }
   }
   return {pieces, extremes};
@@ -77,7 +76,7 @@ std::pair<std::int64_t, std::optional<Extremes>> Summarise(
 
 // Writes the counts of one share's pieces, of which the first pass found
 // `pieces`, through `out`.
-void WriteShare(const std::filesystem::path& path, TextShare share, std::int64_t pieces,
+void WriteShare(const std::filesystem::path& path, Stretch share, std::int64_t pieces,
                 const CountScaler& toCount, DataSectionWriter out) {
   SourceFile source(path);
   std::vector<std::int16_t> counts;
@@ -118,8 +117,8 @@ void ConvertIgorTextMac(Workbench& bench) {
   bench.Prompt().SetBusy(true);
   SourceFile source(bench.SelectedFilePath);
 
-  const std::vector<TextShare> shares =
-      ShareText(source.Length(), PartsFor(source.Length(), kSmallestShareBytes));
+  const std::vector<Stretch> shares =
+      SplitEvenly(source.Length(), PartsFor(source.Length(), kSmallestShareBytes));
   std::vector<ShareSummary> summaries(shares.size());
   RunParts(shares.size(), [&](std::size_t k) {
     summaries[k] = SummariseShare(source.Path(), shares[k]);

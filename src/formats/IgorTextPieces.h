@@ -15,6 +15,7 @@
 
 #include "abf/FileIo.h"
 #include "abf/Numbers.h"
+#include "abf/Parallel.h"
 
 namespace convora {
 
@@ -34,10 +35,11 @@ inline constexpr std::size_t kMaxNumberText = 4096;
 // after it for the tab and the longest number that follow its last cut.
 inline constexpr std::int64_t kPieceWindowBytes = 1 << 18;
 
-// Calls onNumber(number) for the pieces of `share`, in order; returns how many
-// there were.
+// Calls onNumber(number) for the pieces whose cut (its carriage return) lies
+// in the bytes of `share`, in order; returns how many there were. Every piece
+// belongs to exactly one share, wherever the text is split.
 template <typename OnNumber>
-std::int64_t ForEachPieceNumber(SourceFile& source, TextShare share, OnNumber&& onNumber) {
+std::int64_t ForEachPieceNumber(SourceFile& source, Stretch share, OnNumber&& onNumber) {
   std::vector<std::uint8_t> window(kPieceWindowBytes + 1 + kMaxNumberText);
   std::int64_t pieces = 0;
   for (std::int64_t start = share.from; start < share.to; start += kPieceWindowBytes) {

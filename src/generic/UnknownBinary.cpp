@@ -48,12 +48,13 @@ void ScaleToPeak(AbfHeader& h, SourceFile& source, const DataBlock& block, std::
                  ByteOrder order) {
   h.Set(abf::fADCRange, 10.24f);
   h.Set(abf::lADCResolution, 32768);
-  std::optional<Extremes> extremes;
-  ForEachStoredValueChunk<float>(source, block.offset, count, order,
-                                 [&](StoredValues<float> values) {
-                                   if (!extremes) extremes.emplace(values[0]);
-                                   extremes->Add(values);
-                                 });
+  const std::vector<Stretch> runs = ValueRunsFor(count, sizeof(float));
+  std::vector<RunExtremes> runExtremes = ExtremesOfRuns(runs.size());
+  ForEachStoredValueChunkInRuns<float>(source, block.offset, runs, order,
+                                       [&](std::size_t k, StoredValues<float> values) {
+                                         runExtremes[k].Add(values);
+                                       });
+  const std::optional<Extremes> extremes = RunExtremes::Join(runExtremes);
   if (!extremes) return;
   const double low = extremes->MinimumMagnitude();
   const double high = extremes->MaximumMagnitude();
@@ -85,12 +86,13 @@ void ConvertUnknownBinary(Workbench& bench, const BinarySettings& settings) {
       return;
     }
     const CountScaler toCount(h, 0);
-    BatchedSamples counts(out);
-    ForEachStoredValueChunk<float>(source, block.offset, *samples, OrderOf(settings),
-                                   [&](StoredValues<float> values) {
-                                     // A value beyond 16 bits is left as the fresh array had it: 0.
-                                     toCount.ToCounts(values, counts.Next(values.size));
-                                   });
+    const std::vector<Stretch> runs = ValueRunsFor(*samples, sizeof(float));
+    RunBatches counts(out, runs);
+    ForEachStoredValueChunkInRuns<float>(source, block.offset, runs, OrderOf(settings),
+                                         [&](std::size_t k, StoredValues<float> values) {
+                                           // A value beyond 16 bits is left as the fresh array had it: 0.
+                                           toCount.ToCounts(values, counts[k].Next(values.size));
+                                         });
     counts.Finish();
   });
 }

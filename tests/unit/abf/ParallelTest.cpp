@@ -25,6 +25,20 @@ TEST(Parallel, EveryPartRunsAndTheFirstFailureInPartOrderIsRethrown) {
   for (const auto& count : runs) EXPECT_EQ(count, 1);
 }
 
+TEST(Parallel, EvenSplitsCoverTheWholeInOrder) {
+  for (const std::int64_t length : {std::int64_t{0}, std::int64_t{1}, std::int64_t{7},
+                                    std::int64_t{1000003}, std::int64_t{1} << 62}) {
+    const auto stretches = SplitEvenly(length, 3);
+    ASSERT_EQ(stretches.size(), 3u);
+    EXPECT_EQ(stretches.front().from, 0);
+    EXPECT_EQ(stretches.back().to, length);
+    for (std::size_t k = 1; k < stretches.size(); ++k) {
+      EXPECT_EQ(stretches[k].from, stretches[k - 1].to);
+      EXPECT_LE(stretches[k].Length() - stretches[0].Length(), 1);
+    }
+  }
+}
+
 TEST(Parallel, SmallJobsStayInOnePart) {
   EXPECT_EQ(PartsFor(0, 1 << 20), 1u);
   EXPECT_EQ(PartsFor((1 << 20) + 5, 1 << 20), 1u);

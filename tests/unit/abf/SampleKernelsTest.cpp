@@ -16,6 +16,7 @@
 
 #include "abf/AbfHeader.h"
 #include "abf/Numbers.h"
+#include "abf/Parallel.h"
 #include "abf/SampleScaling.h"
 
 namespace convora {
@@ -168,6 +169,35 @@ TYPED_TEST(SampleKernels, ExtremesEqualAddingOneByOne) {
     EXPECT_EQ(extremes.Minimum(), -2.0);
     EXPECT_EQ(extremes.Maximum(), 7.0);
   });
+}
+
+// Runs scanned at once and joined give the extremes of one scan of the whole,
+// wherever NaNs fall: at the very start (all NaN), or at the start of a later
+// run, just before that run's extremes.
+TYPED_TEST(SampleKernels, ExtremesOfRunsJoinedEqualOneScan) {
+  for (const std::size_t first : {0, 332, 333, 498, 499, 500}) {
+    std::vector<TypeParam> values(997, TypeParam(1));
+    for (std::size_t k = first; k < first + 4; ++k) values[k] = TypeParam(kNaN);
+    values[first + 4] = TypeParam(-1000);
+    values[first + 5] = TypeParam(1000);
+    for (const std::size_t parts : {1, 2, 3, 6}) {
+      Extremes whole(values.front());
+      whole.Add(std::span<const TypeParam>(values));
+      const std::vector<Stretch> runs = SplitEvenly(static_cast<std::int64_t>(values.size()), parts);
+      std::vector<RunExtremes> extremes = ExtremesOfRuns(runs.size());
+      for (std::size_t k = 0; k < runs.size(); ++k) {
+        const auto run = std::span<const TypeParam>(values).subspan(
+            static_cast<std::size_t>(runs[k].from), static_cast<std::size_t>(runs[k].Length()));
+        extremes[k].Add(StoredView(run.first(run.size() / 2)));
+        extremes[k].Add(StoredView(run.subspan(run.size() / 2)));
+      }
+      const std::optional<Extremes> joined = RunExtremes::Join(extremes);
+      ASSERT_TRUE(joined.has_value());
+      const auto same = [](double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); };
+      EXPECT_PRED2(same, joined->Minimum(), whole.Minimum()) << first << " " << parts;
+      EXPECT_PRED2(same, joined->Maximum(), whole.Maximum()) << first << " " << parts;
+    }
+  }
 }
 
 TEST(SampleKernels, MultiplyingStopsAtTheFirstFiniteValueWhoseProductOverflows) {

@@ -4,8 +4,10 @@
 
 #include <bit>
 #include <cstring>
+#include <string>
 #include <vector>
 
+#include "abf/AbfOutput.h"
 #include "abf/ByteOrder.h"
 #include "support/TestSupport.h"
 
@@ -58,6 +60,41 @@ TEST(ValueStream, StoredChunksGiveEveryValueOnceWhicheverWayTheyAreRead) {
       const auto pastTheEnd = StoredChunks(path, static_cast<std::int64_t>(lead), kCount + 5, order);
       ASSERT_EQ(pastTheEnd.size(), kCount + 5);
       ExpectCountingFrom0(pastTheEnd, kCount);
+    }
+  }
+}
+
+// Runs read at once, each writing its own stretch of the data section: the
+// samples land in the order of the values, whatever the split.
+TEST(ValueStream, RunsVisitEveryValueAndWriteInPlace) {
+  test::TempDir dir;
+  constexpr std::int64_t kCount = 2'500'003;
+  const auto path = dir / "values.dat";
+  test::WriteFile(path, FloatsAfter(6, kCount, ByteOrder::LittleEndian));
+  SourceFile source(path);
+  for (const std::size_t parts : {1, 2, 5}) {
+    const auto output = dir / ("out" + std::to_string(parts) + ".dat");
+    {
+      OutputFile file(output);
+      DataSectionWriter out(file, 10);
+      const std::vector<Stretch> runs = SplitEvenly(kCount, parts);
+      RunBatches batches(out, runs);
+      ForEachStoredValueChunkInRuns<float>(source, 6, runs, ByteOrder::LittleEndian,
+                                           [&](std::size_t k, StoredValues<float> values) {
+        const std::span<std::int16_t> samples = batches[k].Next(values.size);
+        for (std::size_t i = 0; i < values.size; ++i) {
+          samples[i] = static_cast<std::int16_t>(static_cast<std::int32_t>(values[i]) % 32768);
+        }
+      });
+      batches.Finish();
+      file.Close();
+    }
+    const test::Bytes written = test::ReadFile(output);
+    ASSERT_EQ(written.size(), 10 + 2 * static_cast<std::size_t>(kCount)) << parts;
+    for (std::int64_t i = 0; i < kCount; ++i) {
+      std::int16_t sample;
+      std::memcpy(&sample, &written[10 + 2 * static_cast<std::size_t>(i)], 2);
+      ASSERT_EQ(sample, i % 32768) << "sample " << i << " of " << parts << " runs";
     }
   }
 }

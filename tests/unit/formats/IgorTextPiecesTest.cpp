@@ -52,22 +52,12 @@ TEST(IgorTextPieces, AnySplitIntoSharesReadsTheNumbersOfTheWholeText) {
     for (std::size_t parts = 1; parts <= 5; ++parts) {
       std::vector<double> numbers;
       std::int64_t pieces = 0;
-      for (const TextShare share : ShareText(source.Length(), parts)) {
+      for (const Stretch share : SplitEvenly(source.Length(), parts)) {
         pieces += ForEachPieceNumber(source, share, [&](double n) { numbers.push_back(n); });
       }
       EXPECT_EQ(pieces, static_cast<std::int64_t>(expected.size())) << length << " " << parts;
       EXPECT_EQ(numbers, expected) << length << " " << parts;
     }
-  }
-}
-
-TEST(IgorTextPieces, SharesCoverTheTextInOrder) {
-  for (const std::int64_t length : {0, 1, 7, 1000003}) {
-    const auto shares = ShareText(length, 3);
-    ASSERT_EQ(shares.size(), 3u);
-    EXPECT_EQ(shares.front().from, 0);
-    EXPECT_EQ(shares.back().to, length);
-    for (std::size_t k = 1; k < shares.size(); ++k) EXPECT_EQ(shares[k].from, shares[k - 1].to);
   }
 }
 
