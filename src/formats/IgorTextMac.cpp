@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <limits>
 #include <optional>
+#include <span>
 #include <utility>
 #include <string>
 #include <vector>
@@ -25,7 +26,7 @@ namespace {
 
 // Below this a share is not worth a thread of its own.
 constexpr std::int64_t kSmallestShareBytes = 1 << 20;
-constexpr std::size_t kSamplesPerWrite = 1 << 19;
+constexpr std::size_t kNumbersPerBlock = 1 << 12;
 
 // What the first pass learns of one share.
 struct ShareSummary {
@@ -75,27 +76,32 @@ std::pair<std::int64_t, std::optional<Extremes>> Summarise(
 }
 
 // Writes the counts of one share's pieces, of which the first pass found
-// `pieces`, through `out`.
+// `pieces`, through `out`. The numbers are scaled a block at a time, so that
+// the scaling runs on vector lanes.
 void WriteShare(const std::filesystem::path& path, Stretch share, std::int64_t pieces,
                 const CountScaler& toCount, DataSectionWriter out) {
   SourceFile source(path);
-  std::vector<std::int16_t> counts;
-  counts.reserve(kSamplesPerWrite);
-  std::int64_t produced = 0;
-  bool unfit = false;
+  BatchedSamples batch(out);
+  std::vector<double> numbers;
+  numbers.reserve(kNumbersPerBlock);
+  std::size_t misfits = 0;
+  const auto scaleBlock = [&] {
+    misfits += toCount.ToCounts(std::span<const double>(numbers), kAmperesAsPicoamperes.factor,
+                                batch.Next(numbers.size()));
+    numbers.clear();
+  };
+  std::int64_t taken = 0;
   const std::int64_t again = ForEachPieceNumber(source, share, [&](double number) {
-    if (produced == pieces) return;
-    ++produced;
-    const auto count = toCount(number * kAmperesAsPicoamperes.factor);
-    unfit = unfit || !count;
-    counts.push_back(count.value_or(0));
-    if (counts.size() == kSamplesPerWrite) {
-      out.WriteSamples(counts);
-      counts.clear();
-    }
+    if (taken == pieces) return;
+    ++taken;
+    numbers.push_back(number);
+    if (numbers.size() == kNumbersPerBlock) scaleBlock();
   });
-  out.WriteSamples(counts);
-  if (unfit || again != pieces) throw ConvoraError("the file changed while it was being converted");
+  scaleBlock();
+  batch.Finish();
+  if (misfits != 0 || again != pieces) {
+    throw ConvoraError("the file changed while it was being converted");
+  }
 }
 
 // The interval in microseconds, the answer read as a number as a whole.
