@@ -45,6 +45,8 @@ class DataSectionWriter {
   // A writer of the same section that starts `bytes` further on, so that
   // parts of the section produced at once each write their own stretch.
   DataSectionWriter Skipped(std::int64_t bytes) const { return {file_, position_ + bytes}; }
+  // Where the next bytes go in the file.
+  std::int64_t Position() const { return position_; }
 
   void WriteSamples(std::span<const std::int16_t> samples);
   void WriteBytes(std::span<const std::uint8_t> bytes);
@@ -98,7 +100,8 @@ using SampleProducer = std::function<void(DataSectionWriter&)>;
 void WriteAbfFile(const AbfHeader& header, const std::filesystem::path& source,
                   const std::filesystem::path& output, const SampleProducer& produceSamples);
 
-// Copies `count` bytes of the source from `offset` on, in bounded chunks;
+// Copies `count` bytes of the source from `offset` on, inside the kernel or
+// from mapped windows where the system allows, in bounded chunks otherwise;
 // bytes past the source's end are written as zeros. With `swapPairs` the two
 // bytes of every 16-bit value are exchanged on the way.
 void CopyBytes(SourceFile& source, std::int64_t offset, std::int64_t count,

@@ -54,5 +54,32 @@ TEST(CopyBytes, SwapsPairsAndPadsPastTheEndWithZeros) {
   EXPECT_EQ(test::ReadFile(dir / "dst"), (test::Bytes{3, 2, 5, 4, 0, 0}));
 }
 
+// Copied inside the kernel (both ends at one place in a page), from mapped
+// windows (not), or read where the source ends early: the same bytes.
+TEST(CopyBytes, EveryWayOfCopyingWritesTheSameBytes) {
+  test::TempDir dir;
+  test::Bytes source((9 << 20) + 4099);
+  for (std::size_t i = 0; i < source.size(); ++i) source[i] = static_cast<std::uint8_t>(i * 7 + i / 4093);
+  test::WriteFile(dir / "src", source);
+  for (const std::int64_t to : {std::int64_t{4096 + 100}, std::int64_t{6144}}) {
+    for (const std::int64_t extra : {std::int64_t{0}, std::int64_t{10}}) {
+      const std::int64_t from = 100;
+      const std::int64_t count = static_cast<std::int64_t>(source.size()) - from + extra;
+      {
+        SourceFile in(dir / "src");
+        OutputFile file(dir / "dst");
+        DataSectionWriter writer(file, to);
+        CopyBytes(in, from, count, writer);
+        file.Close();
+      }
+      test::Bytes expected(static_cast<std::size_t>(to), 0);
+      expected.insert(expected.end(), source.begin() + from, source.end());
+      expected.resize(expected.size() + static_cast<std::size_t>(extra), 0);
+      EXPECT_EQ(test::ReadFile(dir / "dst"), expected) << to << " " << extra;
+      std::filesystem::remove(dir / "dst");
+    }
+  }
+}
+
 }  // namespace
 }  // namespace convora
