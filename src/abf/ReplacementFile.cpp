@@ -1,6 +1,7 @@
 #include "abf/ReplacementFile.h"
 
 #include <atomic>
+#include <exception>
 #include <random>
 #include <string>
 #include <system_error>
@@ -10,6 +11,7 @@
 #include <unistd.h>
 #endif
 
+#include "abf/AbfOutput.h"
 #include "abf/ConvoraError.h"
 
 namespace convora {
@@ -50,15 +52,21 @@ ReplacementFile::ReplacementFile(const std::filesystem::path& target,
     : target_(target), temporary_(TemporaryNameFor(target)) {
   std::error_code ec;
   replacing_ = std::filesystem::exists(target, ec);
-  if (startFrom && std::filesystem::exists(*startFrom, ec)) {
-    std::filesystem::copy_file(*startFrom, temporary_, ec);
-    if (ec) {
-      std::filesystem::remove(temporary_, ec);
-      throw ConvoraError("cannot copy " + startFrom->string() + " to " +
-                         target.parent_path().string() + " (" + ec.message() + ")");
-    }
-  }
   file_.emplace(temporary_);
+  if (!startFrom || !std::filesystem::exists(*startFrom, ec)) return;
+  // Copied as the converters copy samples (inside the kernel where it can),
+  // which is faster than the library's copy through a pipe.
+  try {
+    SourceFile start(*startFrom);
+    DataSectionWriter writer(*file_, 0);
+    CopyBytes(start, 0, start.Length(), writer);
+    std::filesystem::permissions(temporary_, std::filesystem::status(*startFrom).permissions());
+  } catch (const std::exception& e) {
+    file_.reset();
+    std::filesystem::remove(temporary_, ec);
+    throw ConvoraError("cannot copy " + startFrom->string() + " to " +
+                       target.parent_path().string() + " (" + e.what() + ")");
+  }
 }
 
 ReplacementFile::~ReplacementFile() {
