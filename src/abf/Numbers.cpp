@@ -1,5 +1,6 @@
 #include "abf/Numbers.h"
 
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -36,7 +37,7 @@ inline ScannedNumber ScanNumber(std::string_view text) {
   const char* const end = begin + text.size();
   const char* p = begin;
   const bool negative = p != end && *p == '-';
-  if (p != end && (*p == '+' || *p == '-')) ++p;
+  p += p != end && (*p == '+' || *p == '-');
   // Digits beyond 19 may wrap the mantissa; such numbers are read slowly.
   std::uint64_t mantissa = 0;
   const auto takeDigits = [&] {
@@ -72,10 +73,16 @@ inline ScannedNumber ScanNumber(std::string_view text) {
   double value = static_cast<double>(mantissa);
   if (mantissa != 0) {
     if (exponent < -22 || exponent > 22) return scanned;
-    value = exponent < 0 ? value / kExactPowersOfTen[-exponent] : value * kExactPowersOfTen[exponent];
+    // One of the two powers is 1, whose product or quotient is exact, so the
+    // value is rounded once, whichever way the exponent points.
+    const std::int64_t down = exponent < 0 ? -exponent : 0;
+    value = value / kExactPowersOfTen[down] * kExactPowersOfTen[exponent + down];
   }
   scanned.exact = true;
-  scanned.value = negative ? -value : value;
+  // Signs change from value to value in a recording; put them on without a
+  // branch, whose mispredictions would cost more than the rest of the scan.
+  scanned.value = std::bit_cast<double>(std::bit_cast<std::uint64_t>(value) |
+                                        (std::uint64_t{negative} << 63));
   return scanned;
 }
 
