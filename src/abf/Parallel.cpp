@@ -8,7 +8,12 @@
 namespace convora {
 
 std::size_t PartsFor(std::int64_t bytes, std::int64_t smallestPartBytes) {
-  const std::int64_t cores = std::max(1u, std::thread::hardware_concurrency());
+  // Each part holds buffers of its own (up to 9 MiB for mapped values), so a
+  // machine with many cores would leave the memory bound; beyond four the
+  // passes are bound by the memory's bandwidth anyway.
+  constexpr std::int64_t kMostParts = 4;
+  const std::int64_t cores =
+      std::min<std::int64_t>(kMostParts, std::max(1u, std::thread::hardware_concurrency()));
   const std::int64_t worthwhile = smallestPartBytes > 0 ? bytes / smallestPartBytes : cores;
   return static_cast<std::size_t>(std::clamp<std::int64_t>(worthwhile, 1, cores));
 }

@@ -22,9 +22,9 @@ struct Stretch {
 // length) in order.
 std::vector<Stretch> SplitEvenly(std::int64_t length, std::size_t parts);
 
-// How many parts a job over `bytes` is worth: one per core, none smaller than
-// `smallestPartBytes` (a thread costs more than it saves on little work), and
-// at least one.
+// How many parts a job over `bytes` is worth: one per core up to four, none
+// smaller than `smallestPartBytes` (a thread costs more than it saves on
+// little work), and at least one.
 std::size_t PartsFor(std::int64_t bytes, std::int64_t smallestPartBytes);
 
 // Runs task(0) to task(parts - 1) at once, task(0) on the calling thread and
