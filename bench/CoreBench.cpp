@@ -1,15 +1,19 @@
 // Micro-benchmarks of the steps every conversion repeats: recognising a file
-// from its first bytes, patching the template header, scaling values to
-// counts, and the Gaussian filter with its widest kernel.
+// from its first bytes, patching the template header, reading numbers from
+// text, scaling values to counts, and the Gaussian filter with its widest
+// kernel.
 
 #include <benchmark/benchmark.h>
 
 #include <cmath>
+#include <cstdio>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "abf/AbfOutput.h"
 #include "abf/GaussianFilter.h"
+#include "abf/Numbers.h"
 #include "abf/SampleScaling.h"
 #include "abf/StartDateTime.h"
 #include "abf/TemplateFile.h"
@@ -36,6 +40,24 @@ void BM_HeaderPatching(benchmark::State& state) {
   }
 }
 BENCHMARK(BM_HeaderPatching);
+
+void BM_ReadingTextNumbers(benchmark::State& state) {
+  // Numbers as a program writes a recording in amperes: six significant
+  // digits, random signs.
+  std::mt19937 random(3);
+  std::normal_distribution<double> normal(0.0, 1e-11);
+  std::vector<std::string> numbers(1 << 12);
+  for (auto& number : numbers) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.6g", normal(random));
+    number = text;
+  }
+  for (auto _ : state) {
+    for (const auto& number : numbers) benchmark::DoNotOptimize(convora::LeadingNumber(number));
+  }
+  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * numbers.size()));
+}
+BENCHMARK(BM_ReadingTextNumbers);
 
 void BM_ScalingToCounts(benchmark::State& state) {
   convora::AbfHeader header = convora::BuildDefaultTemplate();

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """Times whole convora commands against `cp` of the same bytes, on inputs this
-script makes, and prints the ratio of each to its cp (best of five runs each,
+script makes, and prints the ratio of each to its cp (best of seven runs each,
 taken in turn; sources in the page cache, outputs written fresh) with the
 peak memory.
 
@@ -31,7 +31,7 @@ def remove(*names):
             os.remove(path(name))
 
 
-RUNS = 5
+RUNS = 7
 
 
 def run_once(args, outputs):
