@@ -16,7 +16,8 @@ import time
 
 import numpy
 
-CONVORA, FOLDER = sys.argv[1], sys.argv[2]
+# The commands run inside FOLDER, so a relative path to the program is made absolute.
+CONVORA, FOLDER = os.path.abspath(sys.argv[1]), sys.argv[2]
 SCALE = 16 if "--quick" in sys.argv else 1
 MIB = 1 << 20
 
