@@ -30,15 +30,6 @@ class AsciiReadBack(ConvoraTestCase):
         self.assertScaled(first, "mV", 500.0, [2 * v for v in a])
         self.assertScaled(second, "mV", 500.0, [2 * v for v in b])
 
-    def test_matlab_export(self):
-        values = [1.5e-11, -2.0e-11, 3.25e-12]
-        text = "".join(f"   {v:.7e}\n" for v in values)
-        source = self.write("trace.txt", text.encode())
-        (written,) = self.convert("ascii", "--matlab", "--factor", "1e12", "--interval", "50",
-                                  source)
-        (channel,) = read_abf(written)
-        self.assertScaled(channel, "pA", 20000.0, [v * 1e12 for v in values])
-
     def test_episodic_atf_gives_one_segment_per_sweep(self):
         sweeps = [[1.0, 2.0, 3.0], [-4.0, 0.5, 0.25]]
         volts = [[0.01, 0.02, -0.01], [0.0, 0.005, 0.015]]
@@ -62,7 +53,7 @@ class AsciiReadBack(ConvoraTestCase):
             self.assertClose(by_unit["mV"], [1000 * v - volt_count for v in volts[index]],
                              volt_count / 2 + 1e-9)
 
-    def test_pti_traces_and_dataq_millivolts(self):
+    def test_pti_traces_without_a_unit(self):
         ratio, intensity = [1.2, 0.8, 1.6], [1500.0, 1800.0, 900.0]
         rows = "".join(f"{t}\t{r}\t{t}\t{i}\n" for t, r, i in zip([0, 0.25, 0.5], ratio, intensity))
         pti = self.write("cell.txt", ("PTI\nTime\tRatio\tTime\tD1\n" + rows).encode())
@@ -70,13 +61,6 @@ class AsciiReadBack(ConvoraTestCase):
         first, second = read_abf(written)
         self.assertScaled(first, "dimensionless", 4.0, ratio)
         self.assertScaled(second, "dimensionless", 4.0, intensity)
-
-        volts = [0.25, -0.5, 0.125]
-        dataq = self.write("run.csv", ("Sample rate: 250 Hz\nCH1 (V)\n" +
-                                       "".join(f"{v}\n" for v in volts)).encode())
-        (written,) = self.convert("dataq", dataq)
-        (channel,) = read_abf(written)
-        self.assertScaled(channel, "mV", 250.0, [1000 * v for v in volts])
 
     @unittest.skipUnless(SAMPLES and os.path.isdir(SAMPLES), "the samples folder is absent")
     def test_real_atf_file(self):
