@@ -43,14 +43,11 @@ class QtPrompterTest : public QObject {
   }
 
  private slots:
-  void messagesKeepTheirTextsExactly() {
+  void messagesAndQuestionsKeepTheirTextsAndAnswerWithTheButtonPressed() {
     Press(QMessageBox::Ok);
     prompter.ShowMessage("Not ABF File", "This is not an Axon Binary File.  You need ABF file.");
     QCOMPARE(title, QString("Not ABF File"));
     QCOMPARE(text, QString("This is not an Axon Binary File.  You need ABF file."));
-  }
-
-  void questionsAnswerWithTheButtonPressed() {
     Press(QMessageBox::Yes);
     QVERIFY(prompter.AskYesNo({"unknown", "Unknown Data File", "Proceed?"}));
     QCOMPARE(title, QString("Unknown Data File"));
