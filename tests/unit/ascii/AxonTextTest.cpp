@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <string>
 
 #include "unit/ascii/AsciiExpected.h"
@@ -91,30 +90,6 @@ INSTANTIATE_TEST_SUITE_P(Cases, AxonTextRefusals, testing::Values(
     Refusal{"truncated", "ATF\t1.0\n3\t2\n\"r\"\n", "ends before its column titles"}),
     [](const auto& info) { return std::string(info.param.name); });
 // clang-format on
-
-TEST(AxonText, RealEpisodicFileBecomesThreeEpisodesOfTwoChannels) {
-  const auto folder = SamplesFolder();
-  if (folder.empty()) GTEST_SKIP() << "the samples folder is absent";
-  BenchFixture f;
-  const Bytes source = ReadFile(folder / "atf" / "pyABF_18702001-step.atf");
-  const Bytes output = Converted(f, ConvertAxonText, "step.atf", source);
-  const AbfHeader h = HeaderOf(output);
-  // 20000 rows 50 us apart (the time column runs 0 ... 0.99995 s), 2 signals, 3 sweeps.
-  EXPECT_EQ(h.Get(abf::nOperationMode), 5);
-  EXPECT_EQ(h.Get(abf::nADCNumChannels), 2);
-  EXPECT_EQ(h.Get(abf::lActualEpisodes), 3);
-  EXPECT_EQ(h.Get(abf::lNumSamplesPerEpisode), 40000);
-  EXPECT_EQ(h.Get(abf::lActualAcqLength), 120000);
-  EXPECT_EQ(h.Get(abf::fADCSampleInterval), 25.0f);
-  EXPECT_EQ(h.Get(abf::sADCUnits, 0), "pA      ");
-  // The second signal is labelled in amperes: stored in pA.
-  EXPECT_EQ(h.Get(abf::sADCUnits, 1), "pA      ");
-  // Samples fill 240000 bytes from block 12; the synch array follows at block 12 + 469.
-  EXPECT_EQ(h.Get(abf::lSynchArrayPtr), 481);
-  ByteBuilder synch;
-  for (const int start : {0, 40000, 80000}) synch.Int32LE(start).Int32LE(40000);
-  EXPECT_EQ(Bytes(output.begin() + 481 * 512, output.end()), synch.Get());
-}
 
 }  // namespace
 }  // namespace convora::test
