@@ -44,13 +44,6 @@ TEST(GaussianFilter, ConstantStaysInsideAndIsAttenuatedAtTheTruncatedEnds) {
   EXPECT_EQ(narrow.front(), 965);
   EXPECT_EQ(narrow.back(), 965);
   EXPECT_EQ(narrow[20], 1000);
-  // fc 0.05: sigma = 2.65, nc = 10; the ends lose almost half of the kernel.
-  auto wide = Filter(flat, 0.05f);
-  EXPECT_EQ(wide[20], 1000);
-  EXPECT_LT(wide[0], 600);
-  EXPECT_GT(wide[0], 400);
-  EXPECT_LT(wide[5], 1000);  // still misses the weights 6..10 samples away
-  EXPECT_EQ(wide[0], wide[39]);
 }
 
 TEST(GaussianFilter, ZeroCutOffStopsWithoutTouchingTheOutput) {

@@ -5,14 +5,12 @@
 namespace convora {
 namespace {
 
-TEST(InStrNth, FindsTheNthOccurrenceCountingOverlaps) {
+TEST(InStrNth, FindsTheNthOccurrenceCountingOverlapsOrGivesZero) {
   EXPECT_EQ(InStrNth("a\tb\tc", "\t", 1), 2);
   EXPECT_EQ(InStrNth("a\tb\tc", "\t", 2), 4);
   EXPECT_EQ(InStrNth("aaaa", "aa", 2), 2);
   EXPECT_EQ(InStrNth("aaaa", "aa", 3), 3);
-}
-
-TEST(InStrNth, GivesZeroWhenThereIsNoSuchOccurrence) {
+  // No such occurrence: 0.
   EXPECT_EQ(InStrNth("a\tb", "\t", 0), 0);
   EXPECT_EQ(InStrNth("a\tb", "\t", -1), 0);
   EXPECT_EQ(InStrNth("a\tb", "\t", 2), 0);
