@@ -19,27 +19,6 @@
 
 namespace convora::test {
 
-// A 16-bit ABF file: data from byte 6144 on, 100 us per sample, unit "pA" and
-// every gain 1 on each channel; range 10 over resolution 10 makes a count read
-// as its own value in pA.
-inline Bytes AbfBytes(const std::vector<std::int16_t>& samples, std::int16_t channels = 1) {
-  AbfHeader h = BuildDefaultTemplate();
-  h.Set(abf::lDataSectionPtr, 12);
-  h.Set(abf::nADCNumChannels, channels);
-  h.Set(abf::lActualAcqLength, static_cast<std::int32_t>(samples.size()));
-  h.Set(abf::fADCSampleInterval, 100.0f);
-  h.Set(abf::fADCRange, 10.0f);
-  h.Set(abf::lADCResolution, 10);
-  for (std::size_t k = 0; k < 16; ++k) {
-    h.Set(abf::nADCSamplingSeq, k, static_cast<std::int16_t>(k));
-    h.Set(abf::sADCUnits, k, "pA");
-  }
-  ByteBuilder file;
-  file.Raw(Bytes(h.Bytes().begin(), h.Bytes().end()));
-  for (const std::int16_t s : samples) file.Int16LE(s);
-  return file.Get();
-}
-
 struct WindowFixture {
   TempDir dir;
   ScriptedPrompter prompter;

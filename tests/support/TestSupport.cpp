@@ -100,6 +100,28 @@ AbfHeader StampedTemplate(AbfHeader header) {
   return header;
 }
 
+AbfHeader PlainAbfHeader(std::int16_t channels) {
+  AbfHeader h = BuildDefaultTemplate();
+  h.Set(abf::nADCNumChannels, channels);
+  h.Set(abf::fADCRange, 10.0f);
+  h.Set(abf::lADCResolution, 10);
+  for (std::size_t k = 0; k < 16; ++k) h.Set(abf::nADCSamplingSeq, k, static_cast<std::int16_t>(k));
+  return h;
+}
+
+Bytes AbfBytes(const AbfHeader& header, const std::vector<std::int16_t>& samples) {
+  ByteBuilder file;
+  file.Raw(Bytes(header.Bytes().begin(), header.Bytes().end()));
+  for (const std::int16_t s : samples) file.Int16LE(s);
+  return file.Get();
+}
+
+Bytes AbfBytes(const std::vector<std::int16_t>& samples, std::int16_t channels) {
+  AbfHeader h = PlainAbfHeader(channels);
+  h.Set(abf::lActualAcqLength, static_cast<std::int32_t>(samples.size()));
+  return AbfBytes(h, samples);
+}
+
 AbfHeader HeaderOf(const Bytes& file) { return AbfHeader(file); }
 
 std::vector<std::int16_t> SamplesOf(const Bytes& file, std::size_t count) {

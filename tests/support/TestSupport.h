@@ -81,6 +81,15 @@ struct BenchFixture {
 AbfHeader StampedTemplate();
 AbfHeader StampedTemplate(AbfHeader header);
 
+// The default template with `channels` channels in slots 0, 1, ...: data from
+// block 12, 100 us per sample, unit "pA" and unit gains; range 10 over
+// resolution 10 makes a count read as its own value in pA.
+AbfHeader PlainAbfHeader(std::int16_t channels = 1);
+// The header's bytes, then the samples (the header's sample count is left alone).
+Bytes AbfBytes(const AbfHeader& header, const std::vector<std::int16_t>& samples);
+// A plain ABF file of these samples.
+Bytes AbfBytes(const std::vector<std::int16_t>& samples, std::int16_t channels = 1);
+
 // The header and the 16-bit samples of a written ABF file.
 AbfHeader HeaderOf(const Bytes& file);
 std::vector<std::int16_t> SamplesOf(const Bytes& file, std::size_t count);

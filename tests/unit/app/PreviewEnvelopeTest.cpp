@@ -6,46 +6,21 @@
 #include <gtest/gtest.h>
 
 #include "abf/ConvoraError.h"
-#include "abf/TemplateFile.h"
 #include "support/TestSupport.h"
 
 namespace convora {
 namespace {
 
-using test::ByteBuilder;
 using test::TempDir;
 
-// A calibration whose multiplier is 1 / fInstrumentScaleFactor: range and
-// resolution cancel, the other gains are 1 and the offsets 0.
-AbfHeader PlainHeader(std::int16_t channels) {
-  AbfHeader h = BuildDefaultTemplate();
-  h.Set(abf::lDataSectionPtr, 12);
-  h.Set(abf::nDataFormat, std::int16_t{0});
-  h.Set(abf::nADCNumChannels, channels);
-  h.Set(abf::fADCSampleInterval, 50.0f);
-  h.Set(abf::fADCRange, 10.0f);
-  h.Set(abf::lADCResolution, 10);
-  for (std::size_t s = 0; s < 16; ++s) {
-    h.Set(abf::nADCSamplingSeq, s, static_cast<std::int16_t>(s));
-    h.Set(abf::fADCProgrammableGain, s, 1.0f);
-    h.Set(abf::fInstrumentScaleFactor, s, 1.0f);
-    h.Set(abf::fSignalGain, s, 1.0f);
-    h.Set(abf::fSignalOffset, s, 0.0f);
-    h.Set(abf::fInstrumentOffset, s, 0.0f);
-  }
-  return h;
-}
-
+// Counts read as their own values (over fInstrumentScaleFactor), 100 us apart.
 std::filesystem::path WriteAbf(const TempDir& dir, AbfHeader h,
                                const std::vector<std::int16_t>& samples,
                                const std::function<void(AbfHeader&)>& spoil = {}) {
   h.Set(abf::lActualAcqLength, static_cast<std::int32_t>(samples.size()));
   if (spoil) spoil(h);
-  ByteBuilder file;
-  file.Raw(test::Bytes(h.Bytes().begin(), h.Bytes().end()));
-  for (const std::int16_t s : samples) file.Int16LE(s);
   const auto path = dir / "rec.abf";
-  test::WriteFile(path, file.Get());
+  test::WriteFile(path, test::AbfBytes(h, samples));
   return path;
 }
 
@@ -57,7 +32,7 @@ std::vector<std::int16_t> Ramp(int count) {
 
 TEST(PreviewEnvelopeTest, ColumnsHoldTheirRangeInPhysicalUnits) {
   TempDir dir;
-  AbfHeader h = PlainHeader(1);
+  AbfHeader h = test::PlainAbfHeader(1);
   h.Set(abf::fInstrumentScaleFactor, 0, 2.0f);
   h.Set(abf::fSignalOffset, 0, 1.0f);
   h.Set(abf::fInstrumentOffset, 0, 0.5f);
@@ -72,13 +47,13 @@ TEST(PreviewEnvelopeTest, ColumnsHoldTheirRangeInPhysicalUnits) {
   EXPECT_EQ(e.channels[0].minimum, (std::vector<double>{-1.0, -8.5}));  // -5, -20
   EXPECT_EQ(e.channels[0].maximum, (std::vector<double>{6.5, 5.0}));    // 10, 7
   EXPECT_EQ(e.scans, 8);
-  EXPECT_DOUBLE_EQ(e.secondsPerScan, 50e-6);
+  EXPECT_DOUBLE_EQ(e.secondsPerScan, 100e-6);
   EXPECT_FALSE(e.sampled);
 }
 
 TEST(PreviewEnvelopeTest, ChannelsFollowTheSamplingSequence) {
   TempDir dir;
-  AbfHeader h = PlainHeader(2);
+  AbfHeader h = test::PlainAbfHeader(2);
   h.Set(abf::nADCSamplingSeq, 0, std::int16_t{1});
   h.Set(abf::nADCSamplingSeq, 1, std::int16_t{0});
   h.Set(abf::sADCUnits, 1, "pA");
@@ -96,7 +71,7 @@ TEST(PreviewEnvelopeTest, ChannelsFollowTheSamplingSequence) {
   EXPECT_EQ(e.channels[0].minimum, (std::vector<double>{2, 6, -12}));
   EXPECT_EQ(e.channels[1].unit, "mV");
   EXPECT_EQ(e.channels[1].maximum, (std::vector<double>{-4, 2, -5}));
-  EXPECT_DOUBLE_EQ(e.secondsPerScan, 2 * 50e-6);  // one scan takes both channels' intervals
+  EXPECT_DOUBLE_EQ(e.secondsPerScan, 2 * 100e-6);  // one scan takes both channels' intervals
 }
 
 // 10000 scans of the value of their index, in 7 columns starting at
@@ -107,7 +82,7 @@ TEST(PreviewEnvelopeTest, ChannelsFollowTheSamplingSequence) {
 TEST(PreviewEnvelopeTest, EveryScanCountsOnceAcrossChunksOrWindowsStartEachColumn) {
   constexpr std::int64_t kStarts[] = {0, 1428, 2857, 4285, 5714, 7142, 8571, 10000};
   TempDir dir;
-  const auto path = WriteAbf(dir, PlainHeader(1), Ramp(10000));
+  const auto path = WriteAbf(dir, test::PlainAbfHeader(1), Ramp(10000));
   for (const bool sampled : {false, true}) {
     const PreviewEnvelope e =
         sampled ? ComputePreviewEnvelope(path, 7, 140) : ComputePreviewEnvelope(path, 7);
@@ -123,7 +98,7 @@ TEST(PreviewEnvelopeTest, EveryScanCountsOnceAcrossChunksOrWindowsStartEachColum
 
 TEST(PreviewEnvelopeTest, NeverMoreColumnsThanScansAndNoTimeLeavesTheAxisInScans) {
   TempDir dir;
-  AbfHeader h = PlainHeader(1);
+  AbfHeader h = test::PlainAbfHeader(1);
   h.Set(abf::fADCSampleInterval, 0.0f);
   const PreviewEnvelope e = ComputePreviewEnvelope(WriteAbf(dir, h, {5, -3, 8}), 800);
   ASSERT_EQ(e.columns, 3u);
@@ -131,7 +106,7 @@ TEST(PreviewEnvelopeTest, NeverMoreColumnsThanScansAndNoTimeLeavesTheAxisInScans
   EXPECT_EQ(e.channels[0].maximum, e.channels[0].minimum);
   EXPECT_EQ(e.secondsPerScan, 0.0);
 
-  const PreviewEnvelope none = ComputePreviewEnvelope(WriteAbf(dir, PlainHeader(1), {}), 800);
+  const PreviewEnvelope none = ComputePreviewEnvelope(WriteAbf(dir, test::PlainAbfHeader(1), {}), 800);
   EXPECT_EQ(none.columns, 0u);
   ASSERT_EQ(none.channels.size(), 1u);
   EXPECT_TRUE(none.channels[0].minimum.empty());
@@ -147,7 +122,7 @@ class PreviewEnvelopeRefusalTest : public ::testing::TestWithParam<BadHeader> {}
 
 TEST_P(PreviewEnvelopeRefusalTest, ThrowsForAHeaderThatDoesNotFitTheFile) {
   TempDir dir;
-  EXPECT_THROW(ComputePreviewEnvelope(WriteAbf(dir, PlainHeader(2), {1, 2, 3, 4}, GetParam().spoil),
+  EXPECT_THROW(ComputePreviewEnvelope(WriteAbf(dir, test::PlainAbfHeader(2), {1, 2, 3, 4}, GetParam().spoil),
                                       10),
                ConvoraError);
 }
