@@ -8,13 +8,11 @@
 namespace convora::test {
 namespace {
 
-Bytes Text(const std::string& text) { return Bytes(text.begin(), text.end()); }
-
 TEST(AsciiCli, SettingsServeEveryFileAndABadLineStopsOnlyItsFile) {
   TempDir dir;
-  WriteFile(dir / "a.txt", Text("t;x;y\n0;1;2\n0.5;3;4\n"));
-  WriteFile(dir / "b.txt", Text("t;x;y\n0;1;2\n0.5;oops;4\n"));
-  WriteFile(dir / "c.csv", Text("t,x,y\n0,1,2\n1,3,4\n"));
+  WriteFile(dir / "a.txt", TextBytes("t;x;y\n0;1;2\n0.5;3;4\n"));
+  WriteFile(dir / "b.txt", TextBytes("t;x;y\n0;1;2\n0.5;oops;4\n"));
+  WriteFile(dir / "c.csv", TextBytes("t,x,y\n0,1,2\n1,3,4\n"));
   const Outcome run = Convora(
       dir, "ascii --columns 2,3 --header-lines 1 --time-column 1 --unit mV a.txt b.txt c.csv");
   EXPECT_EQ(run.status, 1);
@@ -30,9 +28,9 @@ TEST(AsciiCli, SettingsServeEveryFileAndABadLineStopsOnlyItsFile) {
 
 TEST(AsciiCli, EachCommandTakesItsOptionsAndRejectsUnknownChoices) {
   TempDir dir;
-  WriteFile(dir / "p.txt", Text("Time\tRatio\tTime\tD1\n0\t1\t0\t5\n1\t2\t1\t6\n"));
-  WriteFile(dir / "w.atf", Text("ATF\t1.0\n0\t1\n\"I (pA)\"\n1\n2\n"));
-  WriteFile(dir / "d.csv", Text("Sample rate: 1000 Hz\nCH1\n1\n2\n"));
+  WriteFile(dir / "p.txt", TextBytes("Time\tRatio\tTime\tD1\n0\t1\t0\t5\n1\t2\t1\t6\n"));
+  WriteFile(dir / "w.atf", TextBytes("ATF\t1.0\n0\t1\n\"I (pA)\"\n1\n2\n"));
+  WriteFile(dir / "d.csv", TextBytes("Sample rate: 1000 Hz\nCH1\n1\n2\n"));
   EXPECT_EQ(Convora(dir, "pti --traces ratio p.txt").status, 0);
   EXPECT_EQ(HeaderOf(ReadFile(dir / "p.ABF")).Get(abf::nADCNumChannels), 1);
   const Outcome atf = Convora(dir, "atf --interval 40 w.atf");

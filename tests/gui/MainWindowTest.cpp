@@ -181,8 +181,7 @@ class MainWindowTest : public QObject {
     QFETCH(QString, name);
     QFETCH(QString, text);
     QFETCH(int, channels);
-    const std::string bytes = text.toStdString();
-    WriteFile(f->dir / name.toStdString(), Bytes(bytes.begin(), bytes.end()));
+    WriteFile(f->dir / name.toStdString(), TextBytes(text.toStdString()));
     f->prompter.AnswerInput("traces", "ratio");
     f->Open();
     f->Select({name});
@@ -193,8 +192,7 @@ class MainWindowTest : public QObject {
   }
 
   void anyAsciiOpensItsSettingsAndConvertsWithThem() {
-    const std::string table = "1\t5\n2\t-5\n";
-    WriteFile(f->dir / "table.txt", Bytes(table.begin(), table.end()));
+    WriteFile(f->dir / "table.txt", TextBytes("1\t5\n2\t-5\n"));
     f->Open();
     f->Select({"table.txt"});
     f->Click("Command5");

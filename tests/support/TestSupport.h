@@ -34,6 +34,7 @@ class TempDir {
 };
 
 void WriteFile(const std::filesystem::path& path, const Bytes& bytes);
+inline Bytes TextBytes(std::string_view text) { return Bytes(text.begin(), text.end()); }
 Bytes ReadFile(const std::filesystem::path& path);
 
 // Appends values in a chosen byte order, for crafting source files.

@@ -10,8 +10,6 @@
 
 namespace convora::test {
 
-inline Bytes TextBytes(const std::string& text) { return Bytes(text.begin(), text.end()); }
-
 struct ExpectedChannel {
   std::string unit;
   float scale;

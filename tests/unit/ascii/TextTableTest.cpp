@@ -15,7 +15,7 @@ namespace {
 
 std::vector<std::pair<std::int64_t, std::string>> LinesOf(const std::string& text) {
   TempDir dir;
-  WriteFile(dir / "t.txt", Bytes(text.begin(), text.end()));
+  WriteFile(dir / "t.txt", TextBytes(text));
   SourceFile source(dir / "t.txt");
   std::vector<std::pair<std::int64_t, std::string>> lines;
   ForEachLine(source, [&](std::int64_t n, std::string_view line) {

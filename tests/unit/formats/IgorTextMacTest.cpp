@@ -10,8 +10,6 @@
 namespace convora::test {
 namespace {
 
-Bytes TextBytes(const std::string& text) { return Bytes(text.begin(), text.end()); }
-
 TEST(IgorTextMac, WorkedExampleWrittenOverALongerFileOnATemplateWithEveryByteSet) {
   BenchFixture f(PatternedTemplate());
   const Bytes old(9000, 0xee);
