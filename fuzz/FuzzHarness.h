@@ -35,6 +35,15 @@ inline const std::filesystem::path& ScratchFolder() {
   return folder;
 }
 
+// Runs one of several readers on the same bench; its refusal does not stop the next.
+template <typename Read>
+void Refusable(Workbench& bench, Read read) {
+  try {
+    read(bench);
+  } catch (const ConvoraError&) {
+  }
+}
+
 inline void RunOnBytes(const std::uint8_t* data, std::size_t size, const char* fileName,
                        const std::function<void(Workbench&)>& read) {
   const auto source = ScratchFolder() / fileName;

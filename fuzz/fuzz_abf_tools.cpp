@@ -6,13 +6,6 @@
 
 namespace {
 
-void Refusable(convora::Workbench& bench, void (*tool)(convora::Workbench&)) {
-  try {
-    tool(bench);
-  } catch (const convora::ConvoraError&) {
-  }
-}
-
 void MergeWithItself(convora::Workbench& bench) {
   std::vector<std::filesystem::path> mergeList;
   for (int k = 0; k < 2; ++k) convora::AddToMergeList(bench, mergeList, bench.SelectedFilePath);
@@ -25,6 +18,7 @@ void Filter(convora::Workbench& bench) { convora::FilterAbfFile(bench); }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   convora::fuzz::RunOnBytes(data, size, "edit.abf", [](convora::Workbench& bench) {
+    using convora::fuzz::Refusable;
     static_cast<convora::ScriptedPrompter&>(bench.Prompt()).AnswerOkCancel("proceed", true);
     Refusable(bench, Filter);
     Refusable(bench, MergeWithItself);

@@ -8,18 +8,6 @@
 #include "ascii/DataqAscii.h"
 #include "ascii/PtiAscii.h"
 
-namespace {
-
-template <typename Convert>
-void Refusable(convora::Workbench& bench, Convert convert) {
-  try {
-    convert(bench);
-  } catch (const convora::ConvoraError&) {
-  }
-}
-
-}  // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 3) return 0;
   convora::AsciiSettings settings;
@@ -29,6 +17,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   settings.separator = static_cast<convora::AsciiSeparator>(data[1] % 5);
   settings.matlab = (data[2] & 0x80) != 0;
   convora::fuzz::RunOnBytes(data, size, "table.txt", [&](convora::Workbench& bench) {
+    using convora::fuzz::Refusable;
     Refusable(bench, [&](convora::Workbench& b) { convora::ConvertAnyAscii(b, settings); });
     Refusable(bench, convora::ConvertAxonText);
     Refusable(bench, [](convora::Workbench& b) {
