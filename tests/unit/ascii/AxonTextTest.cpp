@@ -86,7 +86,6 @@ INSTANTIATE_TEST_SUITE_P(Cases, AxonTextRefusals, testing::Values(
     Refusal{"time_unit", "ATF\t1.0\n0\t2\n\"Time (h)\"\t\"I\"\n", "line 3: the time unit \"h\""},
     Refusal{"ragged_traces", "ATF\t1.0\n0\t4\n\"Time (s)\"\t\"Trace #1 (pA)\"\t\"Trace #1 (mV)\"\t\"Trace #2 (pA)\"\n",
             "line 3: trace #2 has 1 columns, the first trace has 2"},
-    Refusal{"value", "ATF\t1.0\n0\t2\n\"Time (s)\"\t\"I (pA)\"\n0\t1\n1\t2\n2\t-\n", "line 6: column 2: \"-\" is not a number"},
     Refusal{"truncated", "ATF\t1.0\n3\t2\n\"r\"\n", "ends before its column titles"}),
     [](const auto& info) { return std::string(info.param.name); });
 // clang-format on
