@@ -21,32 +21,15 @@ Bytes ExpectedTwoChannels() {
   return AbfImage(h, {8191, -16385, 16383, 12287, -8193, -1});
 }
 
-struct Variant {
-  const char* name;
-  std::string text;
-  AsciiSeparator separator;
-  bool matlab;
-};
-
-class AnyAsciiVariants : public testing::TestWithParam<Variant> {};
-
-TEST_P(AnyAsciiVariants, TwoColumnsBecomeTwoInterleavedChannels) {
-  const Variant& v = GetParam();
-  BenchFixture f;
-  AsciiSettings settings;
-  settings.columns = "2-3";
-  settings.headerLines = "1";
-  settings.timeColumn = "1";
-  settings.unit = "mV";
-  settings.separator = v.separator;
-  settings.matlab = v.matlab;
-  f.Select("table.txt", TextBytes(v.text));
-  ConvertAnyAscii(f.bench, settings);
-  EXPECT_EQ(ReadFile(f.dir / "table.ABF"), ExpectedTwoChannels()) << v.name;
-}
-
-// clang-format off
-INSTANTIATE_TEST_SUITE_P(Separators, AnyAsciiVariants, testing::Values(
+TEST(AnyAscii, TwoColumnsBecomeTwoInterleavedChannelsWhateverTheSeparator) {
+  struct Variant {
+    const char* name;
+    std::string text;
+    AsciiSeparator separator;
+    bool matlab;
+  };
+  // clang-format off
+  for (const Variant& v : {
     Variant{"tab", "Time\tA\tB\n0\t1\t-4\n0.001\t2\t3\n0.002\t-1\t0\n", AsciiSeparator::Detect, false},
     Variant{"comma", "Time,A,B\r\n0,1,-4\r\n0.001,2,3\r\n\r\n0.002,-1,0\r\n", AsciiSeparator::Detect, false},
     Variant{"semicolon", "t;A;B\n0;1;-4\n0.001;2;3\n0.002;-1;0", AsciiSeparator::Semicolon, false},
@@ -54,9 +37,21 @@ INSTANTIATE_TEST_SUITE_P(Separators, AnyAsciiVariants, testing::Values(
     Variant{"matlab", "% header\n   0.0000000e+00   1.0000000e+00  -4.0000000e+00\n"
                       "   1.0000000e-03   2.0000000e+00   3.0000000e+00\n"
                       "   2.0000000e-03  -1.0000000e+00   0.0000000e+00\n",
-            AsciiSeparator::Comma, true}),
-    [](const auto& info) { return std::string(info.param.name); });
-// clang-format on
+            AsciiSeparator::Comma, true}}) {
+    // clang-format on
+    BenchFixture f;
+    AsciiSettings settings;
+    settings.columns = "2-3";
+    settings.headerLines = "1";
+    settings.timeColumn = "1";
+    settings.unit = "mV";
+    settings.separator = v.separator;
+    settings.matlab = v.matlab;
+    f.Select("table.txt", TextBytes(v.text));
+    ConvertAnyAscii(f.bench, settings);
+    EXPECT_EQ(ReadFile(f.dir / "table.ABF"), ExpectedTwoChannels()) << v.name;
+  }
+}
 
 TEST(AnyAscii, TypedIntervalAndFactorWithoutATimeColumn) {
   BenchFixture f;
@@ -86,29 +81,16 @@ TEST(AnyAscii, FirstConversionsSlotsAndEpisodesDoNotCarryIntoTheNext) {
   EXPECT_EQ(h.Get(abf::lSynchArraySize), 0);
 }
 
-struct Refusal {
-  const char* name;
-  std::string text;
-  std::string columns;
-  std::string interval;
-  std::string reason;
-};
-
-class AnyAsciiRefusals : public testing::TestWithParam<Refusal> {};
-
-TEST_P(AnyAsciiRefusals, EndWithAReasonAndWriteNothing) {
-  const Refusal& r = GetParam();
-  BenchFixture f;
-  AsciiSettings settings;
-  settings.columns = r.columns;
-  settings.sampleInterval = r.interval;
-  ExpectError(
-      f, [&](Workbench& bench) { ConvertAnyAscii(bench, settings); }, "bad.txt",
-      TextBytes(r.text), r.reason);
-}
-
-// clang-format off
-INSTANTIATE_TEST_SUITE_P(Cases, AnyAsciiRefusals, testing::Values(
+TEST(AnyAscii, RefusalsEndWithAReasonAndWriteNothing) {
+  struct Refusal {
+    const char* name;
+    std::string text;
+    std::string columns;
+    std::string interval;
+    std::string reason;
+  };
+  // clang-format off
+  for (const Refusal& r : {
     Refusal{"not_a_number", "1\t2\n3\t4\n5\tx5\n", "1,2", "10", "line 3: column 2: \"x5\" is not a number"},
     Refusal{"short_line", "1\t2\n\n3\n", "1,2", "10", "line 3: column 2 is missing (the line has 1 column)"},
     Refusal{"heading_not_skipped", "Time\tI\n0\t1\n", "2", "10", "line 1: column 2: \"I\" is not a number"},
@@ -117,9 +99,18 @@ INSTANTIATE_TEST_SUITE_P(Cases, AnyAsciiRefusals, testing::Values(
     Refusal{"empty", "\n  \n", "1", "10", "no data rows"},
     Refusal{"no_interval", "1\n", "1", "0", "sample interval \"0\" is not a positive number"},
     Refusal{"seventeen", "1\n", "1-17", "10", "17 channels"},
-    Refusal{"column_list", "1\n", "one", "10", "the column list \"one\""}),
-    [](const auto& info) { return std::string(info.param.name); });
-// clang-format on
+    Refusal{"column_list", "1\n", "one", "10", "the column list \"one\""}}) {
+    // clang-format on
+    SCOPED_TRACE(r.name);
+    BenchFixture f;
+    AsciiSettings settings;
+    settings.columns = r.columns;
+    settings.sampleInterval = r.interval;
+    ExpectError(
+        f, [&](Workbench& bench) { ConvertAnyAscii(bench, settings); }, "bad.txt",
+        TextBytes(r.text), r.reason);
+  }
+}
 
 TEST(AnyAscii, TimeColumnThatDoesNotAdvanceIsRefused) {
   BenchFixture f;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 #include "unit/ascii/AsciiExpected.h"
 
@@ -65,30 +66,22 @@ TEST(AxonText, SignalColumnsWithoutTimeAreChannelsAndTheIntervalIsAsked) {
                 "Input Sample Interval: Please enter the sample interval in microsecond"});
 }
 
-struct Refusal {
-  const char* name;
-  std::string text;
-  std::string reason;
-};
-
-class AxonTextRefusals : public testing::TestWithParam<Refusal> {};
-
-TEST_P(AxonTextRefusals, NameTheLine) {
-  BenchFixture f;
-  ExpectError(f, ConvertAxonText, "bad.atf", TextBytes(GetParam().text), GetParam().reason);
-}
-
-// clang-format off
-INSTANTIATE_TEST_SUITE_P(Cases, AxonTextRefusals, testing::Values(
-    Refusal{"signature", "ABF\t1.0\n0\t1\n\"x\"\n1\n", "line 1: not an Axon Text File"},
-    Refusal{"counts", "ATF\t1.0\nx\t2\n", "line 2: the header record count \"x\""},
-    Refusal{"titles", "ATF\t1.0\n1\t3\n\"r\"\n\"Time (s)\"\t\"I (pA)\"\n", "line 4: 2 column titles, but line 2 announces 3"},
-    Refusal{"time_unit", "ATF\t1.0\n0\t2\n\"Time (h)\"\t\"I\"\n", "line 3: the time unit \"h\""},
-    Refusal{"ragged_traces", "ATF\t1.0\n0\t4\n\"Time (s)\"\t\"Trace #1 (pA)\"\t\"Trace #1 (mV)\"\t\"Trace #2 (pA)\"\n",
+TEST(AxonText, RefusalsNameTheLine) {
+  // clang-format off
+  const std::pair<std::string, std::string> refusals[] = {
+    {"ABF\t1.0\n0\t1\n\"x\"\n1\n", "line 1: not an Axon Text File"},
+    {"ATF\t1.0\nx\t2\n", "line 2: the header record count \"x\""},
+    {"ATF\t1.0\n1\t3\n\"r\"\n\"Time (s)\"\t\"I (pA)\"\n", "line 4: 2 column titles, but line 2 announces 3"},
+    {"ATF\t1.0\n0\t2\n\"Time (h)\"\t\"I\"\n", "line 3: the time unit \"h\""},
+    {"ATF\t1.0\n0\t4\n\"Time (s)\"\t\"Trace #1 (pA)\"\t\"Trace #1 (mV)\"\t\"Trace #2 (pA)\"\n",
             "line 3: trace #2 has 1 columns, the first trace has 2"},
-    Refusal{"truncated", "ATF\t1.0\n3\t2\n\"r\"\n", "ends before its column titles"}),
-    [](const auto& info) { return std::string(info.param.name); });
-// clang-format on
+    {"ATF\t1.0\n3\t2\n\"r\"\n", "ends before its column titles"}};
+  // clang-format on
+  for (const auto& [text, reason] : refusals) {
+    BenchFixture f;
+    ExpectError(f, ConvertAxonText, "bad.atf", TextBytes(text), reason);
+  }
+}
 
 }  // namespace
 }  // namespace convora::test
