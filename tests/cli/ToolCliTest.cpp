@@ -9,9 +9,7 @@ namespace convora::test {
 namespace {
 
 Bytes SmallAbf(std::int32_t samples) {
-  std::vector<std::int16_t> data(static_cast<std::size_t>(samples));
-  for (std::size_t i = 0; i < data.size(); ++i) data[i] = static_cast<std::int16_t>(i * 10);
-  return AbfImage(AbfToEdit(samples), data);
+  return AbfImage(AbfToEdit(samples), Ramp(static_cast<std::size_t>(samples), 0, 10));
 }
 
 TEST(ToolCli, MergeListsInOrderRefusesOthersAndWritesIntoTheGivenFolder) {

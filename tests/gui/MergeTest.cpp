@@ -69,9 +69,7 @@ class MergeTest : public QObject {
     std::filesystem::create_directory(f->dir / "out");
     // 300 + 256 samples: the second file is appended as one whole 512-byte
     // block, so the merged samples are simply the two runs one after the other.
-    std::vector<std::int16_t> first(300), second(256);
-    for (std::size_t i = 0; i < first.size(); ++i) first[i] = static_cast<std::int16_t>(i);
-    for (std::size_t i = 0; i < second.size(); ++i) second[i] = static_cast<std::int16_t>(-1 - i);
+    std::vector<std::int16_t> first = Ramp(300), second = Ramp(256, -1, -1);
     WriteFile(f->dir / "a.abf", AbfBytes(first));
     WriteFile(f->dir / "b.abf", AbfBytes(second));
     f->Open();

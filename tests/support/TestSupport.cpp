@@ -122,6 +122,18 @@ Bytes AbfBytes(const std::vector<std::int16_t>& samples, std::int16_t channels) 
   return AbfBytes(h, samples);
 }
 
+std::vector<std::int16_t> Ramp(std::size_t count, int start, int step) {
+  std::vector<std::int16_t> samples(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    samples[i] = static_cast<std::int16_t>(start + step * static_cast<int>(i));
+  }
+  return samples;
+}
+
+std::ptrdiff_t EntriesIn(const std::filesystem::path& folder) {
+  return std::distance(std::filesystem::directory_iterator(folder), {});
+}
+
 AbfHeader HeaderOf(const Bytes& file) { return AbfHeader(file); }
 
 std::vector<std::int16_t> SamplesOf(const Bytes& file, std::size_t count) {

@@ -91,6 +91,11 @@ Bytes AbfBytes(const AbfHeader& header, const std::vector<std::int16_t>& samples
 // A plain ABF file of these samples.
 Bytes AbfBytes(const std::vector<std::int16_t>& samples, std::int16_t channels = 1);
 
+// `count` samples: start, start + step, ...
+std::vector<std::int16_t> Ramp(std::size_t count, int start = 0, int step = 1);
+// How many entries a folder holds.
+std::ptrdiff_t EntriesIn(const std::filesystem::path& folder);
+
 // The header and the 16-bit samples of a written ABF file.
 AbfHeader HeaderOf(const Bytes& file);
 std::vector<std::int16_t> SamplesOf(const Bytes& file, std::size_t count);

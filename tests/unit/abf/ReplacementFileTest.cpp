@@ -9,11 +9,6 @@ namespace {
 
 using test::Bytes;
 
-std::size_t EntriesIn(const std::filesystem::path& folder) {
-  return static_cast<std::size_t>(
-      std::distance(std::filesystem::directory_iterator(folder), {}));
-}
-
 TEST(ReplacementFile, TheOldFileStaysWholeUntilTheNewOneIsComplete) {
   test::TempDir dir;
   const auto target = dir / "cell.abf";
@@ -25,13 +20,13 @@ TEST(ReplacementFile, TheOldFileStaysWholeUntilTheNewOneIsComplete) {
     EXPECT_EQ(test::ReadFile(target), (Bytes{1, 2, 3, 4, 5, 6}));
   }  // gone without Commit, as when an error ends the edit
   EXPECT_EQ(test::ReadFile(target), (Bytes{1, 2, 3, 4, 5, 6}));
-  EXPECT_EQ(EntriesIn(dir.Path()), 1u);
+  EXPECT_EQ(test::EntriesIn(dir.Path()), 1);
 
   ReplacementFile rewrite = RewriteOf(target);
   rewrite.WriteAt(2, patch);
   rewrite.Commit();
   EXPECT_EQ(test::ReadFile(target), (Bytes{1, 2, 9, 9, 5, 6}));  // bytes past the write kept
-  EXPECT_EQ(EntriesIn(dir.Path()), 1u);
+  EXPECT_EQ(test::EntriesIn(dir.Path()), 1);
 }
 
 TEST(ReplacementFile, StartsFromAnotherFileOrFromNothing) {

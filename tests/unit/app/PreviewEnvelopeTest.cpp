@@ -24,12 +24,6 @@ std::filesystem::path WriteAbf(const TempDir& dir, AbfHeader h,
   return path;
 }
 
-std::vector<std::int16_t> Ramp(int count) {
-  std::vector<std::int16_t> samples;
-  for (int i = 0; i < count; ++i) samples.push_back(static_cast<std::int16_t>(i));
-  return samples;
-}
-
 TEST(PreviewEnvelopeTest, ColumnsHoldTheirRangeInPhysicalUnits) {
   TempDir dir;
   AbfHeader h = test::PlainAbfHeader(1);
@@ -82,7 +76,7 @@ TEST(PreviewEnvelopeTest, ChannelsFollowTheSamplingSequence) {
 TEST(PreviewEnvelopeTest, EveryScanCountsOnceAcrossChunksOrWindowsStartEachColumn) {
   constexpr std::int64_t kStarts[] = {0, 1428, 2857, 4285, 5714, 7142, 8571, 10000};
   TempDir dir;
-  const auto path = WriteAbf(dir, test::PlainAbfHeader(1), Ramp(10000));
+  const auto path = WriteAbf(dir, test::PlainAbfHeader(1), test::Ramp(10000));
   for (const bool sampled : {false, true}) {
     const PreviewEnvelope e =
         sampled ? ComputePreviewEnvelope(path, 7, 140) : ComputePreviewEnvelope(path, 7);

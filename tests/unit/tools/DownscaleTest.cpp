@@ -89,7 +89,7 @@ TEST_F(DownscaleTest, WhatCannotBeScaledWritesNothing) {
   f.prompter.AnswerInput("output", "");
   EXPECT_THROW(DownscaleAbfFile(f.bench), ConvoraError);  // no output name
   EXPECT_TRUE(f.bench.List1.Entries().empty());
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(f.dir.Path()), {}), 3);
+  EXPECT_EQ(test::EntriesIn(f.dir.Path()), 3);
 }
 
 }  // namespace

@@ -21,8 +21,7 @@ class FilterToolTest : public ::testing::Test {
     f.prompter.AnswerInput("new", wanted);
   }
   bool NothingWritten() const {
-    return f.bench.List1.Entries().empty() &&
-           std::distance(std::filesystem::directory_iterator(f.dir.Path()), {}) == 1;
+    return f.bench.List1.Entries().empty() && test::EntriesIn(f.dir.Path()) == 1;
   }
 
   test::BenchFixture f;

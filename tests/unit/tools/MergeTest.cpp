@@ -7,12 +7,7 @@ namespace convora {
 namespace {
 
 using test::Bytes;
-
-std::vector<std::int16_t> Ramp(std::size_t count, int start, int step) {
-  std::vector<std::int16_t> samples(count);
-  for (std::size_t i = 0; i < count; ++i) samples[i] = static_cast<std::int16_t>(start + step * static_cast<int>(i));
-  return samples;
-}
+using test::Ramp;
 
 std::vector<std::int16_t> Joined(std::initializer_list<std::vector<std::int16_t>> parts) {
   std::vector<std::int16_t> all;
@@ -115,7 +110,7 @@ TEST_F(MergeTest, RefusesBeforeWritingWhenAHeaderClaimsMoreThanItsFileHolds) {
   List(f.dir / "a.ABF");
   EXPECT_THROW(Merge("a"), ConvoraError);
   EXPECT_EQ(test::ReadFile(f.dir / "a.ABF"), aFile);
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(f.dir.Path()), {}), 2);
+  EXPECT_EQ(test::EntriesIn(f.dir.Path()), 2);
 }
 
 }  // namespace
