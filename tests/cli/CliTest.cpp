@@ -59,15 +59,6 @@ TEST(Cli, ExitStatusesOfVersionUsageErrorsAndAMissingTemplate) {
             std::string::npos);
 }
 
-TEST(Cli, WavWritesBesideTheSource) {
-  TempDir dir;
-  WriteFile(dir / "s.raw", Bytes(48, 1));
-  const Outcome run = Convora(dir, "wav --byte-offset 44 --interval 100 --channels 1 s.raw");
-  EXPECT_EQ(run.status, 0) << run.err;
-  EXPECT_EQ(run.out, (dir / "s.wav").string() + "\n");
-  EXPECT_EQ(ReadFile(dir / "s.wav").size(), 48u);  // a 44-byte header and the 4 data bytes
-}
-
 TEST(Cli, InfoSummarisesAbfFilesAsTextOrJson) {
   TempDir dir;
   WriteFile(dir / "a.dat", Bytes(400, 1));
