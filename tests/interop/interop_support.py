@@ -1,6 +1,7 @@
 """Runs the convora program and reads its outputs back with neo's AxonIO, an
 ABF reader written independently of this project."""
 
+import collections
 import os
 import struct
 import subprocess
@@ -25,11 +26,8 @@ def run_convora(*args, cwd=None):
                           capture_output=True, text=True, check=False)
 
 
-class Channel:
-    def __init__(self, values, units, rate_hz):
-        self.values = values  # numpy array in physical units
-        self.units = units
-        self.rate_hz = rate_hz
+# values: a numpy array in physical units.
+Channel = collections.namedtuple("Channel", "values units rate_hz")
 
 
 def float32(value):
