@@ -19,17 +19,6 @@
 
 namespace convora {
 
-// The pieces whose cut (its carriage return) lies in bytes [from, to): every
-// piece belongs to exactly one share, wherever the shares are split.
-struct TextShare {
-  std::int64_t from = 0;
-  std::int64_t to = 0;
-};
-
-// `parts` shares of about equal length that hold, in order, every piece of a
-// text of `length` bytes.
-std::vector<TextShare> ShareText(std::int64_t length, std::size_t parts);
-
 inline constexpr std::size_t kMaxNumberText = 4096;
 // Cuts are looked for in windows of this many bytes, each read with enough
 // after it for the tab and the longest number that follow its last cut.
