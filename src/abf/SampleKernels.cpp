@@ -12,8 +12,10 @@
 // 512-bit comparisons into single values. Without the extensions the scalar
 // loops take every value.
 
+#include <bit>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <limits>
 #include <optional>
@@ -197,6 +199,21 @@ template <typename Value>
   }
 }
 
+// Told by their bits, in a loop the compiler can vectorise: as an unsigned
+// integer a negative NaN lies above -infinity.
+template <typename Value>
+[[gnu::always_inline]] inline bool HasNegativeNaN(StoredValues<Value> values) {
+  using Bits = std::conditional_t<sizeof(Value) == 4, std::uint32_t, std::uint64_t>;
+  constexpr auto kNegativeInfinity = std::bit_cast<Bits>(-std::numeric_limits<Value>::infinity());
+  Bits found = 0;
+  for (std::size_t i = 0; i < values.size; ++i) {
+    Bits bits;
+    std::memcpy(&bits, values.bytes + i * sizeof(Bits), sizeof bits);
+    found |= bits > kNegativeInfinity;
+  }
+  return found != 0;
+}
+
 // On x86-64 each kernel is compiled a second time for AVX2's 32-byte vectors,
 // and taken when the processor has them.
 #if CONVORA_AVX2
@@ -281,7 +298,20 @@ template <typename Value>
 __attribute__((target("avx2"))) void WideReverse(std::span<Value> values) {
   ReverseEach(values);
 }
+
+template <typename Value>
+__attribute__((target("avx2"))) bool WideHasNegativeNaN(StoredValues<Value> values) {
+  return HasNegativeNaN(values);
+}
 #endif
+
+template <typename Value>
+bool AnyNegativeNaNOf(StoredValues<Value> values) {
+#if CONVORA_AVX2
+  if (HasAvx2()) return WideHasNegativeNaN(values);
+#endif
+  return HasNegativeNaN(values);
+}
 
 template <typename Value>
 void AddExtremes(StoredValues<Value> values, double& minimum, double& maximum) {
@@ -360,6 +390,8 @@ std::size_t MultiplyWithinRange(std::span<float> values, double factor) {
 std::size_t MultiplyWithinRange(std::span<double> values, double factor) {
   return MultiplyAll(values, factor);
 }
+bool AnyNegativeNaN(StoredValues<float> values) { return AnyNegativeNaNOf(values); }
+bool AnyNegativeNaN(StoredValues<double> values) { return AnyNegativeNaNOf(values); }
 void ReverseBytesOfEach(std::span<float> values) { ReverseAll(values); }
 void ReverseBytesOfEach(std::span<double> values) { ReverseAll(values); }
 

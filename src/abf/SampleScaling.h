@@ -110,6 +110,10 @@ std::vector<RunExtremes> ExtremesOfRuns(std::size_t runs);
 std::size_t MultiplyWithinRange(std::span<float> values, double factor);
 std::size_t MultiplyWithinRange(std::span<double> values, double factor);
 
+// Whether any value is a NaN with its sign bit set.
+bool AnyNegativeNaN(StoredValues<float> values);
+bool AnyNegativeNaN(StoredValues<double> values);
+
 // The extremes of values multiplied by `factor` (0 or more) and rounded to
 // their type, found from the extremes of the values as stored: multiplying
 // and rounding keep order, so the products of the extremes are the extremes

@@ -90,21 +90,6 @@ void ToStoredUnit(std::span<Value> values, const UnitConversion& unit) {
 template <typename Value>
 bool IsGap(Value value) { return std::isnan(value) && !std::signbit(value); }
 
-// Told by their bits, in a loop the compiler can vectorise: as an unsigned
-// integer a negative NaN lies above -infinity.
-template <typename Value>
-bool AnyNegativeNaN(StoredValues<Value> values) {
-  using Bits = std::conditional_t<sizeof(Value) == 4, std::uint32_t, std::uint64_t>;
-  constexpr auto kNegativeInfinity = std::bit_cast<Bits>(-std::numeric_limits<Value>::infinity());
-  Bits found = 0;
-  for (std::size_t i = 0; i < values.size; ++i) {
-    Bits bits;
-    std::memcpy(&bits, values.bytes + i * sizeof(Bits), sizeof bits);
-    found |= bits > kNegativeInfinity;
-  }
-  return found != 0;
-}
-
 // The wave's extremes in the stored unit, both starting at value(0) as it
 // stands, so that a NaN there leaves them NaN and the wave cannot be scaled.
 // Gaps never move them, as no NaN does.

@@ -194,6 +194,28 @@ TYPED_TEST(SampleKernels, ExtremesOfRunsJoinedEqualOneScan) {
   }
 }
 
+TYPED_TEST(SampleKernels, ANegativeNaNIsFoundAtAnyPlaceAndNothingElseCounts) {
+  using Value = TypeParam;
+  constexpr Value kQuiet = std::numeric_limits<Value>::quiet_NaN();
+  // Everything but a negative NaN: the sign bit alone, the largest bits below
+  // a NaN's, and NaNs without a sign.
+  const std::vector<Value> others = {Value(-0.0), -std::numeric_limits<Value>::infinity(),
+                                     -std::numeric_limits<Value>::max(), kQuiet,
+                                     std::numeric_limits<Value>::signaling_NaN(), Value(1.5)};
+  ForEveryLaneSet([&] {
+    for (const std::size_t n : {1u, 7u, 8u, 33u, 70u}) {
+      std::vector<Value> values(n);
+      for (std::size_t i = 0; i < n; ++i) values[i] = others[i % others.size()];
+      EXPECT_FALSE(AnyNegativeNaN(StoredView(std::span<const Value>(values)))) << n;
+      for (std::size_t at = 0; at < n; ++at) {
+        std::vector<Value> marked = values;
+        marked[at] = -kQuiet;
+        EXPECT_TRUE(AnyNegativeNaN(StoredView(std::span<const Value>(marked)))) << at << " of " << n;
+      }
+    }
+  });
+}
+
 TEST(SampleKernels, MultiplyingStopsAtTheFirstFiniteValueWhoseProductOverflows) {
   ForEveryLaneSet([&] {
     std::vector<float> singles(21, 1.0f);
