@@ -187,9 +187,8 @@ TYPED_TEST(SampleKernels, ExtremesOfRunsJoinedEqualOneScan) {
       }
       const std::optional<Extremes> joined = RunExtremes::Join(extremes);
       ASSERT_TRUE(joined.has_value());
-      const auto same = [](double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); };
-      EXPECT_PRED2(same, joined->Minimum(), whole.Minimum()) << first << " " << parts;
-      EXPECT_PRED2(same, joined->Maximum(), whole.Maximum()) << first << " " << parts;
+      EXPECT_PRED2(Same, joined->Minimum(), whole.Minimum()) << first << " " << parts;
+      EXPECT_PRED2(Same, joined->Maximum(), whole.Maximum()) << first << " " << parts;
     }
   }
 }
