@@ -1,5 +1,11 @@
 #include "app/Workbench.h"
 
+#include <cmath>
+#include <string>
+
+#include "abf/ConvoraError.h"
+#include "abf/Numbers.h"
+
 namespace convora {
 
 void ConversionList::Add(const std::filesystem::path& written) {
@@ -21,6 +27,20 @@ std::filesystem::path WriteAbfOutput(Workbench& bench, const SampleProducer& pro
   WriteAbfFile(bench.TemplateHeader, bench.SelectedFilePath, output, produceSamples);
   bench.List1.Add(output);
   return output;
+}
+
+double AskSampleInterval(Workbench& bench, IntervalRule rule) {
+  const auto answer = bench.Prompt().AskInput({"interval",
+                                                "Please enter the sample interval in microsecond",
+                                                "Input Sample Interval", "1000"});
+  if (!answer) throw ConvoraError("no sample interval was given");
+  const auto interval = ParseWholeNumber(*answer);
+  const bool positive = rule == IntervalRule::kPositive;
+  if (!interval || !std::isfinite(*interval) || (positive && *interval <= 0.0)) {
+    throw ConvoraError("the sample interval \"" + *answer + "\" is not a " +
+                       (positive ? "positive number" : "number"));
+  }
+  return *interval;
 }
 
 }  // namespace convora

@@ -61,4 +61,12 @@ void StampTemplate(Workbench& bench);
 // OutputNameFor(SelectedFilePath) and adds that file to List1.
 std::filesystem::path WriteAbfOutput(Workbench& bench, const SampleProducer& produceSamples);
 
+// What a sample interval typed by the user may be.
+enum class IntervalRule { kAnyNumber, kPositive };
+
+// The sample interval in microseconds, asked with the usual question; the
+// answer must be a finite number as a whole, and one the rule allows. Throws
+// when it is not or when no answer is given.
+double AskSampleInterval(Workbench& bench, IntervalRule rule);
+
 }  // namespace convora

@@ -170,7 +170,7 @@ void ConvertAxonText(Workbench& bench) {
   }
   if (signalColumns.empty()) FailAtLine(heading.titleLine, "no signal column besides the time");
   layout.channels = ChannelsOf(titles, signalColumns, heading.titleLine);
-  layout.rowInterval = [&bench] { return AskRowInterval(bench); };
+  layout.rowInterval = [&bench] { return AskSampleInterval(bench, IntervalRule::kPositive); };
   ConvertTable(bench, source, layout);
 }
 

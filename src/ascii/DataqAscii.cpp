@@ -91,7 +91,7 @@ void ConvertDataqAscii(Workbench& bench) {
     const double interval = 1e6 / *heading.sampleRate;
     layout.rowInterval = [interval] { return interval; };
   } else {
-    layout.rowInterval = [&bench] { return AskRowInterval(bench); };
+    layout.rowInterval = [&bench] { return AskSampleInterval(bench, IntervalRule::kPositive); };
   }
   for (std::size_t column = firstChannel; column < heading.columns; ++column) {
     const std::string unit =

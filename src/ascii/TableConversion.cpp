@@ -142,18 +142,6 @@ void WriteSynchArray(DataSectionWriter& out, std::int64_t padding, std::int32_t 
 
 }  // namespace
 
-double AskRowInterval(Workbench& bench) {
-  const auto answer = bench.Prompt().AskInput({"interval",
-                                                "Please enter the sample interval in microsecond",
-                                                "Input Sample Interval", "1000"});
-  if (!answer) throw ConvoraError("no sample interval was given");
-  const auto interval = ParseWholeNumber(*answer);
-  if (!interval || !std::isfinite(*interval) || *interval <= 0.0) {
-    throw ConvoraError("the sample interval \"" + *answer + "\" is not a positive number");
-  }
-  return *interval;
-}
-
 void ConvertTable(Workbench& bench, SourceFile& source, const TableLayout& layout) {
   const std::size_t channels = layout.channels.size();
   if (channels == 0) throw ConvoraError("no column was chosen to convert");

@@ -41,8 +41,4 @@ struct TableLayout {
 // column the layout uses. Every check runs before the output is opened.
 void ConvertTable(Workbench& bench, SourceFile& source, const TableLayout& layout);
 
-// The interval between rows from the user: the answer to the usual sample
-// interval question, which must be a positive number.
-double AskRowInterval(Workbench& bench);
-
 }  // namespace convora

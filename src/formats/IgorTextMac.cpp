@@ -104,19 +104,6 @@ void WriteShare(const std::filesystem::path& path, Stretch share, std::int64_t p
   }
 }
 
-// The interval in microseconds, the answer read as a number as a whole.
-double SampleIntervalFromUser(Workbench& bench) {
-  const auto answer = bench.Prompt().AskInput({"interval",
-                                                "Please enter the sample interval in microsecond",
-                                                "Input Sample Interval", "1000"});
-  if (!answer) throw ConvoraError("no sample interval was given");
-  const auto interval = ParseWholeNumber(*answer);
-  if (!interval || !std::isfinite(*interval)) {
-    throw ConvoraError("the sample interval \"" + *answer + "\" is not a number");
-  }
-  return *interval;
-}
-
 }  // namespace
 
 void ConvertIgorTextMac(Workbench& bench) {
@@ -140,7 +127,7 @@ void ConvertIgorTextMac(Workbench& bench) {
   const auto samples = static_cast<std::int32_t>(count);
 
   // Asked once the file has been read, as users of this conversion expect.
-  const double interval = SampleIntervalFromUser(bench);
+  const double interval = AskSampleInterval(bench, IntervalRule::kAnyNumber);
   const auto intervalField = NarrowToSingle(interval);
   const auto secondsPerRun = NarrowToSingle(samples * interval / 1'000'000.0);
   if (!intervalField || !secondsPerRun) {

@@ -81,6 +81,11 @@ TEST(AxonText, RefusalsNameTheLine) {
     BenchFixture f;
     ExpectError(f, ConvertAxonText, "bad.atf", TextBytes(text), reason);
   }
+  // Rows need time between them; an Igor text wave takes any number.
+  BenchFixture f;
+  f.prompter.AnswerInput("interval", "0");
+  ExpectError(f, ConvertAxonText, "bad.atf", TextBytes("ATF 1.0\r0 1\r\"I (nA)\"\r1\r-1\r"),
+              "the sample interval \"0\" is not a positive number");
 }
 
 }  // namespace

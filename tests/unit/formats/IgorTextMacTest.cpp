@@ -56,6 +56,13 @@ TEST(IgorTextMac, LongTextsReadInSharesKeepTheFileOrder) {
   EXPECT_EQ(HeaderOf(written).Get(abf::lActualAcqLength), static_cast<std::int32_t>(expected.size()));
   EXPECT_EQ(HeaderOf(written).Get(abf::fADCSampleInterval), 1000.0f);  // the default
 
+  // The answer is taken as typed, even one no recording could have.
+  BenchFixture backwards;
+  backwards.prompter.AnswerInput("interval", "-50");
+  EXPECT_EQ(HeaderOf(Converted(backwards, ConvertIgorTextMac, "long.itx", TextBytes(text)))
+                .Get(abf::fADCSampleInterval),
+            -50.0f);
+
   // A value too large for picoamperes just before the last one: in the last
   // share, wherever the text is split.
   text.insert(text.size() - 3, "\r\t1e300");
