@@ -64,6 +64,12 @@ TEST(AxonText, SignalColumnsWithoutTimeAreChannelsAndTheIntervalIsAsked) {
   EXPECT_EQ(f.prompter.Transcript(),
             std::vector<std::string>{
                 "Input Sample Interval: Please enter the sample interval in microsecond"});
+
+  // Rows need time between them; an Igor text wave takes any number.
+  BenchFixture zero;
+  zero.prompter.AnswerInput("interval", "0");
+  ExpectError(zero, ConvertAxonText, "zero.atf", TextBytes("ATF 1.0\r0 1\r\"I (nA)\"\r1\r-1\r"),
+              "the sample interval \"0\" is not a positive number");
 }
 
 TEST(AxonText, RefusalsNameTheLine) {
@@ -81,11 +87,6 @@ TEST(AxonText, RefusalsNameTheLine) {
     BenchFixture f;
     ExpectError(f, ConvertAxonText, "bad.atf", TextBytes(text), reason);
   }
-  // Rows need time between them; an Igor text wave takes any number.
-  BenchFixture f;
-  f.prompter.AnswerInput("interval", "0");
-  ExpectError(f, ConvertAxonText, "bad.atf", TextBytes("ATF 1.0\r0 1\r\"I (nA)\"\r1\r-1\r"),
-              "the sample interval \"0\" is not a positive number");
 }
 
 }  // namespace
