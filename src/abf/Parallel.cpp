@@ -8,9 +8,8 @@
 namespace convora {
 
 std::size_t PartsFor(std::int64_t bytes, std::int64_t smallestPartBytes) {
-  // Each part holds buffers of its own (up to 9 MiB for mapped values), so a
-  // machine with many cores would leave the memory bound; beyond four the
-  // passes are bound by the memory's bandwidth anyway.
+  // Beyond four parts the passes are bound by the memory's bandwidth, and
+  // each part holds buffers of its own.
   constexpr std::int64_t kMostParts = 4;
   const std::int64_t cores =
       std::min<std::int64_t>(kMostParts, std::max(1u, std::thread::hardware_concurrency()));

@@ -50,7 +50,7 @@ constexpr std::size_t kNarrowBytes = 16;
 constexpr std::size_t kWideBytes = 32;
 
 template <typename Value, std::size_t Bytes>
-[[gnu::always_inline]] inline void MergeExtremes(StoredValues<Value> values, double& minimum,
+[[gnu::always_inline]] inline void MergeExtremes(std::span<const Value> values, double& minimum,
                                                  double& maximum) {
   // Lanes start beyond every value, so a NaN in them never settles there.
   Value low = std::numeric_limits<Value>::infinity();
@@ -61,9 +61,9 @@ template <typename Value, std::size_t Bytes>
   constexpr std::size_t kWidth = Bytes / sizeof(Value);
   Values lows = low - Values{};
   Values highs = high - Values{};
-  for (; i + kWidth <= values.size; i += kWidth) {
+  for (; i + kWidth <= values.size(); i += kWidth) {
     Values x;
-    std::memcpy(&x, values.bytes + i * sizeof(Value), sizeof x);
+    std::memcpy(&x, &values[i], sizeof x);
     lows = x < lows ? x : lows;
     highs = x > highs ? x : highs;
   }
@@ -72,7 +72,7 @@ template <typename Value, std::size_t Bytes>
     if (highs[k] > high) high = highs[k];
   }
 #endif
-  for (; i < values.size; ++i) {
+  for (; i < values.size(); ++i) {
     const Value value = values[i];
     if (value < low) low = value;
     if (value > high) high = value;
@@ -89,7 +89,7 @@ struct ScaleFactors {
 };
 
 template <typename Value, std::size_t Bytes, bool kInUnit>
-[[gnu::always_inline]] inline std::size_t ScaleToCounts(StoredValues<Value> values,
+[[gnu::always_inline]] inline std::size_t ScaleToCounts(std::span<const Value> values,
                                                         std::span<std::int16_t> counts,
                                                         const ScaleFactors& f) {
   const double unitFactor = f.unitFactor.value_or(1.0);
@@ -107,9 +107,9 @@ template <typename Value, std::size_t Bytes, bool kInUnit>
   constexpr double kBeyond = 32767.5;
   constexpr double kShift = 0x1.8p52;
   Masks misfitLanes{};
-  for (; i + kWidth <= values.size; i += kWidth) {
+  for (; i + kWidth <= values.size(); i += kWidth) {
     Values x;
-    std::memcpy(&x, values.bytes + i * sizeof(Value), sizeof x);
+    std::memcpy(&x, &values[i], sizeof x);
     if constexpr (kInUnit) {
       x = __builtin_convertvector(__builtin_convertvector(x, Doubles) * unitFactor, Values);
     }
@@ -123,7 +123,7 @@ template <typename Value, std::size_t Bytes, bool kInUnit>
   }
   for (std::size_t k = 0; k < kWidth; ++k) misfits += static_cast<std::size_t>(misfitLanes[k]);
 #endif
-  for (; i < values.size; ++i) {
+  for (; i < values.size(); ++i) {
     Value value = values[i];
     if constexpr (kInUnit) value = static_cast<Value>(value * unitFactor);
     const auto count = RoundToInt16(value * f.resolution * f.scaleFactor / f.range - 1.0);
@@ -202,15 +202,11 @@ template <typename Value>
 // Told by their bits, in a loop the compiler can vectorise: as an unsigned
 // integer a negative NaN lies above -infinity.
 template <typename Value>
-[[gnu::always_inline]] inline bool HasNegativeNaN(StoredValues<Value> values) {
+[[gnu::always_inline]] inline bool HasNegativeNaN(std::span<const Value> values) {
   using Bits = std::conditional_t<sizeof(Value) == 4, std::uint32_t, std::uint64_t>;
   constexpr auto kNegativeInfinity = std::bit_cast<Bits>(-std::numeric_limits<Value>::infinity());
   Bits found = 0;
-  for (std::size_t i = 0; i < values.size; ++i) {
-    Bits bits;
-    std::memcpy(&bits, values.bytes + i * sizeof(Bits), sizeof bits);
-    found |= bits > kNegativeInfinity;
-  }
+  for (const Value value : values) found |= std::bit_cast<Bits>(value) > kNegativeInfinity;
   return found != 0;
 }
 
@@ -238,7 +234,7 @@ bool HasAvx512() {
 #endif
 template <typename Value, bool kInUnit>
 __attribute__((target("avx512f,avx512dq,avx512vl,avx512bw"))) std::size_t Avx512Counts(
-    StoredValues<Value> values, std::span<std::int16_t> counts, const ScaleFactors& f) {
+    std::span<const Value> values, std::span<std::int16_t> counts, const ScaleFactors& f) {
   const __m512d unitFactor = _mm512_set1_pd(f.unitFactor.value_or(1.0));
   const __m512d resolution = _mm512_set1_pd(f.resolution);
   const __m512d scaleFactor = _mm512_set1_pd(f.scaleFactor);
@@ -249,8 +245,8 @@ __attribute__((target("avx512f,avx512dq,avx512vl,avx512bw"))) std::size_t Avx512
   const __m512d shift = _mm512_set1_pd(0x1.8p52);
   std::size_t misfits = 0;
   std::size_t i = 0;
-  for (; i + 8 <= values.size; i += 8) {
-    const std::uint8_t* const at = values.bytes + i * sizeof(Value);
+  for (; i + 8 <= values.size(); i += 8) {
+    const Value* const at = &values[i];
     __m512d x;
     if constexpr (std::is_same_v<Value, float>) {
       x = _mm512_cvtps_pd(_mm256_castsi256_ps(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(at))));
@@ -268,21 +264,20 @@ __attribute__((target("avx512f,avx512dq,avx512vl,avx512bw"))) std::size_t Avx512
                      _mm256_cvtepi32_epi16(_mm512_cvttpd_epi32(rounded)));
     misfits += 8 - static_cast<std::size_t>(__builtin_popcount(fits));
   }
-  const StoredValues<Value> rest{values.bytes + i * sizeof(Value), values.size - i};
-  return misfits + ScaleToCounts<Value, kNarrowBytes, kInUnit>(rest, counts.subspan(i), f);
+  return misfits + ScaleToCounts<Value, kNarrowBytes, kInUnit>(values.subspan(i), counts.subspan(i), f);
 }
 #if !defined(__clang__)
 #pragma GCC diagnostic pop
 #endif
 
 template <typename Value>
-__attribute__((target("avx2"))) void WideExtremes(StoredValues<Value> values, double& minimum,
+__attribute__((target("avx2"))) void WideExtremes(std::span<const Value> values, double& minimum,
                                                   double& maximum) {
   MergeExtremes<Value, kWideBytes>(values, minimum, maximum);
 }
 
 template <typename Value>
-__attribute__((target("avx2"))) std::size_t WideCounts(StoredValues<Value> values,
+__attribute__((target("avx2"))) std::size_t WideCounts(std::span<const Value> values,
                                                        std::span<std::int16_t> counts,
                                                        const ScaleFactors& factors) {
   if (factors.unitFactor) return ScaleToCounts<Value, kWideBytes, true>(values, counts, factors);
@@ -300,13 +295,13 @@ __attribute__((target("avx2"))) void WideReverse(std::span<Value> values) {
 }
 
 template <typename Value>
-__attribute__((target("avx2"))) bool WideHasNegativeNaN(StoredValues<Value> values) {
+__attribute__((target("avx2"))) bool WideHasNegativeNaN(std::span<const Value> values) {
   return HasNegativeNaN(values);
 }
 #endif
 
 template <typename Value>
-bool AnyNegativeNaNOf(StoredValues<Value> values) {
+bool AnyNegativeNaNOf(std::span<const Value> values) {
 #if CONVORA_AVX2
   if (HasAvx2()) return WideHasNegativeNaN(values);
 #endif
@@ -314,7 +309,7 @@ bool AnyNegativeNaNOf(StoredValues<Value> values) {
 }
 
 template <typename Value>
-void AddExtremes(StoredValues<Value> values, double& minimum, double& maximum) {
+void AddExtremes(std::span<const Value> values, double& minimum, double& maximum) {
 #if CONVORA_AVX2
   if (HasAvx2()) return WideExtremes(values, minimum, maximum);
 #endif
@@ -322,7 +317,7 @@ void AddExtremes(StoredValues<Value> values, double& minimum, double& maximum) {
 }
 
 template <typename Value>
-std::size_t CountsOf(StoredValues<Value> values, std::span<std::int16_t> counts,
+std::size_t CountsOf(std::span<const Value> values, std::span<std::int16_t> counts,
                      const ScaleFactors& factors) {
 #if CONVORA_AVX2
   if (HasAvx512()) {
@@ -361,25 +356,25 @@ void LimitKernelLanes(KernelLanes limit) {
 #endif
 }
 
-void Extremes::Add(StoredValues<float> values) { AddExtremes(values, minimum_, maximum_); }
-void Extremes::Add(StoredValues<double> values) { AddExtremes(values, minimum_, maximum_); }
+void Extremes::Add(std::span<const float> values) { AddExtremes(values, minimum_, maximum_); }
+void Extremes::Add(std::span<const double> values) { AddExtremes(values, minimum_, maximum_); }
 
-std::size_t CountScaler::ToCounts(StoredValues<float> values,
+std::size_t CountScaler::ToCounts(std::span<const float> values,
                                   std::span<std::int16_t> counts) const {
   return CountsOf(values, counts, {resolution_, scaleFactor_, range_, std::nullopt});
 }
 
-std::size_t CountScaler::ToCounts(StoredValues<double> values,
+std::size_t CountScaler::ToCounts(std::span<const double> values,
                                   std::span<std::int16_t> counts) const {
   return CountsOf(values, counts, {resolution_, scaleFactor_, range_, std::nullopt});
 }
 
-std::size_t CountScaler::ToCounts(StoredValues<float> values, double unitFactor,
+std::size_t CountScaler::ToCounts(std::span<const float> values, double unitFactor,
                                   std::span<std::int16_t> counts) const {
   return CountsOf(values, counts, {resolution_, scaleFactor_, range_, unitFactor});
 }
 
-std::size_t CountScaler::ToCounts(StoredValues<double> values, double unitFactor,
+std::size_t CountScaler::ToCounts(std::span<const double> values, double unitFactor,
                                   std::span<std::int16_t> counts) const {
   return CountsOf(values, counts, {resolution_, scaleFactor_, range_, unitFactor});
 }
@@ -390,8 +385,8 @@ std::size_t MultiplyWithinRange(std::span<float> values, double factor) {
 std::size_t MultiplyWithinRange(std::span<double> values, double factor) {
   return MultiplyAll(values, factor);
 }
-bool AnyNegativeNaN(StoredValues<float> values) { return AnyNegativeNaNOf(values); }
-bool AnyNegativeNaN(StoredValues<double> values) { return AnyNegativeNaNOf(values); }
+bool AnyNegativeNaN(std::span<const float> values) { return AnyNegativeNaNOf(values); }
+bool AnyNegativeNaN(std::span<const double> values) { return AnyNegativeNaNOf(values); }
 void ReverseBytesOfEach(std::span<float> values) { ReverseAll(values); }
 void ReverseBytesOfEach(std::span<double> values) { ReverseAll(values); }
 

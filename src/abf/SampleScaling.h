@@ -5,7 +5,6 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <optional>
 #include <span>
 #include <vector>
@@ -14,26 +13,6 @@
 #include "abf/Numbers.h"
 
 namespace convora {
-
-// `size` values of type Value stored one after another from `bytes` on, in
-// this machine's byte order and at any alignment: values of a file mapped
-// into memory, visited where they lie.
-template <typename Value>
-struct StoredValues {
-  const std::uint8_t* bytes;
-  std::size_t size;
-
-  Value operator[](std::size_t i) const {
-    Value value;
-    std::memcpy(&value, bytes + i * sizeof(Value), sizeof value);
-    return value;
-  }
-};
-
-template <typename Value>
-StoredValues<Value> StoredView(std::span<const Value> values) {
-  return {reinterpret_cast<const std::uint8_t*>(values.data()), values.size()};
-}
 
 // Running extremes: both start at the first value; a later value replaces one
 // only when strictly beyond it (so a NaN never moves them).
@@ -53,10 +32,8 @@ class Extremes {
   // The same as adding the values one by one, several lanes at a time. A zero
   // extreme may come out with the other sign of zero; only its magnitude and
   // its scaled count are ever used, and both are the same for 0 and -0.
-  void Add(std::span<const float> values) { Add(StoredView(values)); }
-  void Add(std::span<const double> values) { Add(StoredView(values)); }
-  void Add(StoredValues<float> values);
-  void Add(StoredValues<double> values);
+  void Add(std::span<const float> values);
+  void Add(std::span<const double> values);
 
   double Minimum() const { return minimum_; }
   double Maximum() const { return maximum_; }
@@ -79,16 +56,16 @@ class RunExtremes {
   explicit RunExtremes(bool firstRun) : firstRun_(firstRun) {}
 
   template <typename Value>
-  void Add(StoredValues<Value> values) {
+  void Add(std::span<const Value> values) {
     std::size_t start = 0;
     if (!extremes_) {
       if (!firstRun_) {
-        while (start < values.size && std::isnan(values[start])) ++start;
+        while (start < values.size() && std::isnan(values[start])) ++start;
       }
-      if (start == values.size) return;
+      if (start == values.size()) return;
       extremes_.emplace(values[start]);
     }
-    extremes_->Add(StoredValues<Value>{values.bytes + start * sizeof(Value), values.size - start});
+    extremes_->Add(values.subspan(start));
   }
 
   // Nothing when no run held a value that could start them.
@@ -111,8 +88,8 @@ std::size_t MultiplyWithinRange(std::span<float> values, double factor);
 std::size_t MultiplyWithinRange(std::span<double> values, double factor);
 
 // Whether any value is a NaN with its sign bit set.
-bool AnyNegativeNaN(StoredValues<float> values);
-bool AnyNegativeNaN(StoredValues<double> values);
+bool AnyNegativeNaN(std::span<const float> values);
+bool AnyNegativeNaN(std::span<const double> values);
 
 // The extremes of values multiplied by `factor` (0 or more) and rounded to
 // their type, found from the extremes of the values as stored: multiplying
@@ -165,28 +142,14 @@ class CountScaler {
   // counts[i] = (*this)(values[i]), with 0 for a value that does not fit;
   // returns how many did not fit. Computed several lanes at a time with the
   // same operations in the same order, so every count is the same.
-  std::size_t ToCounts(std::span<const float> values, std::span<std::int16_t> counts) const {
-    return ToCounts(StoredView(values), counts);
-  }
-  std::size_t ToCounts(std::span<const double> values, std::span<std::int16_t> counts) const {
-    return ToCounts(StoredView(values), counts);
-  }
-  std::size_t ToCounts(StoredValues<float> values, std::span<std::int16_t> counts) const;
-  std::size_t ToCounts(StoredValues<double> values, std::span<std::int16_t> counts) const;
+  std::size_t ToCounts(std::span<const float> values, std::span<std::int16_t> counts) const;
+  std::size_t ToCounts(std::span<const double> values, std::span<std::int16_t> counts) const;
   // The same for values in another unit: each is first multiplied by
   // `unitFactor` and rounded to its own type, as MultiplyWithinRange does; a
   // product beyond the type's range becomes infinite and does not fit.
   std::size_t ToCounts(std::span<const float> values, double unitFactor,
-                       std::span<std::int16_t> counts) const {
-    return ToCounts(StoredView(values), unitFactor, counts);
-  }
-  std::size_t ToCounts(std::span<const double> values, double unitFactor,
-                       std::span<std::int16_t> counts) const {
-    return ToCounts(StoredView(values), unitFactor, counts);
-  }
-  std::size_t ToCounts(StoredValues<float> values, double unitFactor,
                        std::span<std::int16_t> counts) const;
-  std::size_t ToCounts(StoredValues<double> values, double unitFactor,
+  std::size_t ToCounts(std::span<const double> values, double unitFactor,
                        std::span<std::int16_t> counts) const;
 
  private:

@@ -31,25 +31,16 @@ template <typename Value>
 void ForEachValueChunk(SourceFile& source, std::int64_t offset, std::int64_t count,
                        ByteOrder order, const std::function<void(std::span<Value>)>& visit);
 
-// The same values, read-only. Where they are stored in this machine's order
-// and wholly inside the file, the chunks are views of the file mapped into
-// memory, copied nowhere, at whatever alignment the file gives them;
-// otherwise they are read as ForEachValueChunk reads them.
-template <typename Value>
-void ForEachStoredValueChunk(SourceFile& source, std::int64_t offset, std::int64_t count,
-                             ByteOrder order,
-                             const std::function<void(StoredValues<Value>)>& visit);
-
 // Runs of `count` values of `valueBytes` bytes each, for the form below: one
 // per core, none too short to be worth a thread of its own.
 std::vector<Stretch> ValueRunsFor(std::int64_t count, std::int64_t valueBytes);
 
 // The same values split into `runs` (value indices, from ValueRunsFor) and
 // visited at once, one run to a core: visit(k, chunk) gets the chunks of
-// runs[k] in order. Each run reads through a stream of its own.
+// runs[k] in order, read-only. Each run reads through a stream of its own.
 template <typename Value>
-void ForEachStoredValueChunkInRuns(
+void ForEachValueChunkInRuns(
     SourceFile& source, std::int64_t offset, const std::vector<Stretch>& runs, ByteOrder order,
-    const std::function<void(std::size_t, StoredValues<Value>)>& visit);
+    const std::function<void(std::size_t, std::span<const Value>)>& visit);
 
 }  // namespace convora

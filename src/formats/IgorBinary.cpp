@@ -94,14 +94,14 @@ struct WaveScan {
   bool negativeNaN = false;
 };
 
-// The values as stored, visited where they lie, a run to a core.
+// The values as stored, a run to a core.
 template <typename Value>
 WaveScan ScanStored(SourceFile& source, const WaveHeader& wave) {
   const std::vector<Stretch> runs = ValueRunsFor(wave.npnts, sizeof(Value));
   std::vector<RunExtremes> extremes = ExtremesOfRuns(runs.size());
   std::vector<char> negativeNaN(runs.size(), 0);  // a byte per run: written at once
-  ForEachStoredValueChunkInRuns<Value>(source, kValuesAt, runs, wave.order,
-                                       [&](std::size_t k, StoredValues<Value> values) {
+  ForEachValueChunkInRuns<Value>(source, kValuesAt, runs, wave.order,
+                                       [&](std::size_t k, std::span<const Value> values) {
     extremes[k].Add(values);
     negativeNaN[k] = negativeNaN[k] || AnyNegativeNaN(values);
   });
@@ -117,7 +117,7 @@ WaveScan ScanProducts(SourceFile& source, const WaveHeader& wave, const UnitConv
     ToStoredUnit(chunk, unit);
     if (!scan.extremes) scan.extremes.emplace(chunk[0]);
     scan.extremes->Add(std::span<const Value>(chunk));
-    scan.negativeNaN = scan.negativeNaN || AnyNegativeNaN(StoredView(std::span<const Value>(chunk)));
+    scan.negativeNaN = scan.negativeNaN || AnyNegativeNaN(std::span<const Value>(chunk));
   });
   return scan;
 }
@@ -139,16 +139,16 @@ void WriteWave(SourceFile& source, const WaveHeader& wave, const std::optional<U
   const std::optional<std::int16_t> gapCount = toCount(0.0);
   const std::vector<Stretch> runs = ValueRunsFor(wave.npnts, sizeof(Value));
   RunBatches batches(out, runs);
-  ForEachStoredValueChunkInRuns<Value>(source, kValuesAt, runs, wave.order,
-                                       [&](std::size_t k, StoredValues<Value> values) {
-    const std::span<std::int16_t> counts = batches[k].Next(values.size);
+  ForEachValueChunkInRuns<Value>(source, kValuesAt, runs, wave.order,
+                                       [&](std::size_t k, std::span<const Value> values) {
+    const std::span<std::int16_t> counts = batches[k].Next(values.size());
     const std::size_t misfits = unit ? toCount.ToCounts(values, unit->factor, counts)
                                      : toCount.ToCounts(values, counts);
     if (misfits == 0) return;
     // Every value but a gap was checked before the output opened, so gaps
     // are all that can miss here; never write a wrapped count.
     std::size_t gaps = 0;
-    for (std::size_t i = 0; i < values.size; ++i) {
+    for (std::size_t i = 0; i < values.size(); ++i) {
       if (!IsGap(values[i]) || !gapCount) continue;
       counts[i] = *gapCount;
       ++gaps;

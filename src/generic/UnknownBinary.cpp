@@ -50,8 +50,8 @@ void ScaleToPeak(AbfHeader& h, SourceFile& source, const DataBlock& block, std::
   h.Set(abf::lADCResolution, 32768);
   const std::vector<Stretch> runs = ValueRunsFor(count, sizeof(float));
   std::vector<RunExtremes> runExtremes = ExtremesOfRuns(runs.size());
-  ForEachStoredValueChunkInRuns<float>(source, block.offset, runs, order,
-                                       [&](std::size_t k, StoredValues<float> values) {
+  ForEachValueChunkInRuns<float>(source, block.offset, runs, order,
+                                       [&](std::size_t k, std::span<const float> values) {
                                          runExtremes[k].Add(values);
                                        });
   const std::optional<Extremes> extremes = RunExtremes::Join(runExtremes);
@@ -88,10 +88,10 @@ void ConvertUnknownBinary(Workbench& bench, const BinarySettings& settings) {
     const CountScaler toCount(h, 0);
     const std::vector<Stretch> runs = ValueRunsFor(*samples, sizeof(float));
     RunBatches counts(out, runs);
-    ForEachStoredValueChunkInRuns<float>(source, block.offset, runs, OrderOf(settings),
-                                         [&](std::size_t k, StoredValues<float> values) {
+    ForEachValueChunkInRuns<float>(source, block.offset, runs, OrderOf(settings),
+                                         [&](std::size_t k, std::span<const float> values) {
                                            // A value beyond 16 bits is left as the fresh array had it: 0.
-                                           toCount.ToCounts(values, counts[k].Next(values.size));
+                                           toCount.ToCounts(values, counts[k].Next(values.size()));
                                          });
     counts.Finish();
   });

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstring>
 #include <cstdint>
 #include <limits>
 #include <optional>
@@ -122,29 +121,6 @@ TYPED_TEST(SampleKernels, CountsInAnotherUnitEqualMultiplyingFirst) {
   });
 }
 
-TYPED_TEST(SampleKernels, ValuesStoredAtAnyAlignmentGiveTheSameResults) {
-  ForEveryLaneSet([&] {
-    const auto values = Awkward<TypeParam>(523, 5000.0);
-    const CountScaler toCount = ScalerWith(1.0f);
-    std::vector<std::int16_t> aligned(values.size());
-    const std::size_t alignedMisfits = toCount.ToCounts(std::span<const TypeParam>(values), aligned);
-    Extremes alignedExtremes(values.front());
-    alignedExtremes.Add(std::span<const TypeParam>(values));
-    for (const std::size_t shift : {1, 2, 3, 6}) {
-      std::vector<std::uint8_t> bytes(shift + values.size() * sizeof(TypeParam));
-      std::memcpy(bytes.data() + shift, values.data(), values.size() * sizeof(TypeParam));
-      const StoredValues<TypeParam> stored{bytes.data() + shift, values.size()};
-      std::vector<std::int16_t> counts(values.size());
-      EXPECT_EQ(toCount.ToCounts(stored, counts), alignedMisfits);
-      EXPECT_EQ(counts, aligned);
-      Extremes extremes(stored[0]);
-      extremes.Add(stored);
-      EXPECT_EQ(extremes.Minimum(), alignedExtremes.Minimum());
-      EXPECT_EQ(extremes.Maximum(), alignedExtremes.Maximum());
-    }
-  });
-}
-
 TYPED_TEST(SampleKernels, ExtremesEqualAddingOneByOne) {
   ForEveryLaneSet([&] {
     const auto values = Awkward<TypeParam>(1031, 3.0);
@@ -182,8 +158,8 @@ TYPED_TEST(SampleKernels, ExtremesOfRunsJoinedEqualOneScan) {
       for (std::size_t k = 0; k < runs.size(); ++k) {
         const auto run = std::span<const TypeParam>(values).subspan(
             static_cast<std::size_t>(runs[k].from), static_cast<std::size_t>(runs[k].Length()));
-        extremes[k].Add(StoredView(run.first(run.size() / 2)));
-        extremes[k].Add(StoredView(run.subspan(run.size() / 2)));
+        extremes[k].Add(run.first(run.size() / 2));
+        extremes[k].Add(run.subspan(run.size() / 2));
       }
       const std::optional<Extremes> joined = RunExtremes::Join(extremes);
       ASSERT_TRUE(joined.has_value());
@@ -205,11 +181,11 @@ TYPED_TEST(SampleKernels, ANegativeNaNIsFoundAtAnyPlaceAndNothingElseCounts) {
     for (const std::size_t n : {1u, 7u, 8u, 33u, 70u}) {
       std::vector<Value> values(n);
       for (std::size_t i = 0; i < n; ++i) values[i] = others[i % others.size()];
-      EXPECT_FALSE(AnyNegativeNaN(StoredView(std::span<const Value>(values)))) << n;
+      EXPECT_FALSE(AnyNegativeNaN(std::span<const Value>(values))) << n;
       for (std::size_t at = 0; at < n; ++at) {
         std::vector<Value> marked = values;
         marked[at] = -kQuiet;
-        EXPECT_TRUE(AnyNegativeNaN(StoredView(std::span<const Value>(marked)))) << at << " of " << n;
+        EXPECT_TRUE(AnyNegativeNaN(std::span<const Value>(marked))) << at << " of " << n;
       }
     }
   });
