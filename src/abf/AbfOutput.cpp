@@ -104,24 +104,10 @@ void WriteAbfFile(const AbfHeader& header, const std::filesystem::path& source,
 void CopyBytes(SourceFile& source, std::int64_t offset, std::int64_t count,
                DataSectionWriter& out, bool swapPairs) {
   if (!swapPairs) {
-    // Bytes that go across unchanged need not pass through this process. The
-    // kernel copies them fastest when both ends lie at the same place within
-    // a page; otherwise it goes through a pipe, slower than one write straight
-    // from the source's mapped pages.
-    constexpr std::int64_t kPageBytes = 4096;
-    constexpr std::int64_t kWindowBytes = 8 << 20;
-    if ((offset - out.Position()) % kPageBytes == 0) {
-      const std::int64_t copied = out.CopyWithinSystem(source, offset, count);
-      offset += copied;
-      count -= copied;
-    }
-    while (count > 0) {
-      const MappedBytes window(source, offset, static_cast<std::size_t>(std::min(kWindowBytes, count)));
-      if (window.Bytes().empty()) break;  // read the rest instead
-      out.WriteBytes(window.Bytes());
-      offset += static_cast<std::int64_t>(window.Bytes().size());
-      count -= static_cast<std::int64_t>(window.Bytes().size());
-    }
+    // Bytes that go across unchanged need not pass through this process.
+    const std::int64_t copied = out.CopyWithinSystem(source, offset, count);
+    offset += copied;
+    count -= copied;
   }
   constexpr std::int64_t kChunk = 1 << 20;  // even, so value pairs never straddle chunks
   std::vector<std::uint8_t> buffer;

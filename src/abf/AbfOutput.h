@@ -100,8 +100,8 @@ using SampleProducer = std::function<void(DataSectionWriter&)>;
 void WriteAbfFile(const AbfHeader& header, const std::filesystem::path& source,
                   const std::filesystem::path& output, const SampleProducer& produceSamples);
 
-// Copies `count` bytes of the source from `offset` on, inside the kernel or
-// from mapped windows where the system allows, in bounded chunks otherwise;
+// Copies `count` bytes of the source from `offset` on, inside the kernel where
+// the system allows, in bounded chunks otherwise;
 // bytes past the source's end are written as zeros. With `swapPairs` the two
 // bytes of every 16-bit value are exchanged on the way.
 void CopyBytes(SourceFile& source, std::int64_t offset, std::int64_t count,

@@ -11,7 +11,6 @@
 
 #if defined(__linux__)
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <unistd.h>
 #endif
 
@@ -56,32 +55,6 @@ void SourceFile::ReadSamples(std::int64_t offset, std::span<std::int16_t> out) {
   for (std::size_t i = 0; i < out.size(); ++i) {
     out[i] = LoadLittleEndian<std::int16_t>(&scratch_[2 * i]);
   }
-}
-
-MappedBytes::MappedBytes(const SourceFile& source, std::int64_t offset, std::size_t length) {
-#if defined(__linux__)
-  if (offset < 0 || length == 0 || static_cast<std::int64_t>(length) > source.Length() - offset) return;
-  const auto page = static_cast<std::int64_t>(::sysconf(_SC_PAGESIZE));
-  const std::int64_t start = offset - offset % page;
-  const int fd = ::open(source.Path().c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) return;
-  const std::size_t lead = static_cast<std::size_t>(offset - start);
-  // Populated at once: one call maps every page instead of a fault per page.
-  void* base = ::mmap(nullptr, lead + length, PROT_READ, MAP_PRIVATE | MAP_POPULATE, fd, start);
-  ::close(fd);  // the mapping keeps the file open
-  if (base == MAP_FAILED) return;
-  base_ = base;
-  mappedLength_ = lead + length;
-  bytes_ = {static_cast<const std::uint8_t*>(base) + lead, length};
-#else
-  (void)source, (void)offset, (void)length;
-#endif
-}
-
-MappedBytes::~MappedBytes() {
-#if defined(__linux__)
-  if (base_ != nullptr) ::munmap(base_, mappedLength_);
-#endif
 }
 
 OutputFile::OutputFile(const std::filesystem::path& path) : path_(path) {

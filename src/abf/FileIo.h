@@ -32,25 +32,6 @@ class SourceFile {
   std::vector<std::uint8_t> scratch_;
 };
 
-// Bytes of a source mapped read-only into memory where the system can
-// (POSIX mmap), so that a pass over them copies nothing. Bytes() is empty
-// when the system cannot map them or they do not all lie inside the file; the
-// caller then reads them instead. The mapping ends with the object.
-class MappedBytes {
- public:
-  MappedBytes(const SourceFile& source, std::int64_t offset, std::size_t length);
-  ~MappedBytes();
-  MappedBytes(const MappedBytes&) = delete;
-  MappedBytes& operator=(const MappedBytes&) = delete;
-
-  std::span<const std::uint8_t> Bytes() const { return bytes_; }
-
- private:
-  void* base_ = nullptr;
-  std::size_t mappedLength_ = 0;
-  std::span<const std::uint8_t> bytes_;
-};
-
 // Opens for writing without shortening: an existing file is written over from
 // where we write, and bytes past the new end stay as they were.
 class OutputFile {

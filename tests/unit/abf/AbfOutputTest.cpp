@@ -43,8 +43,8 @@ TEST(CopyBytes, SwapsPairsAndPadsPastTheEndWithZeros) {
   EXPECT_EQ(test::ReadFile(dir / "dst"), (test::Bytes{3, 2, 5, 4, 0, 0}));
 }
 
-// Copied inside the kernel (both ends at one place in a page), from mapped
-// windows (not), or read where the source ends early: the same bytes.
+// Copied inside the kernel, at one place in a page at both ends or not, and
+// read where the source ends early: the same bytes.
 TEST(CopyBytes, EveryWayOfCopyingWritesTheSameBytes) {
   test::TempDir dir;
   test::Bytes source((9 << 20) + 4099);
