@@ -264,7 +264,8 @@ __attribute__((target("avx512f,avx512dq,avx512vl,avx512bw"))) std::size_t Avx512
                      _mm256_cvtepi32_epi16(_mm512_cvttpd_epi32(rounded)));
     misfits += 8 - static_cast<std::size_t>(__builtin_popcount(fits));
   }
-  return misfits + ScaleToCounts<Value, kNarrowBytes, kInUnit>(values.subspan(i), counts.subspan(i), f);
+  return misfits +
+         ScaleToCounts<Value, kNarrowBytes, kInUnit>(values.subspan(i), counts.subspan(i), f);
 }
 #if !defined(__clang__)
 #pragma GCC diagnostic pop

@@ -101,7 +101,7 @@ WaveScan ScanStored(SourceFile& source, const WaveHeader& wave) {
   std::vector<RunExtremes> extremes = ExtremesOfRuns(runs.size());
   std::vector<char> negativeNaN(runs.size(), 0);  // a byte per run: written at once
   ForEachValueChunkInRuns<Value>(source, kValuesAt, runs, wave.order,
-                                       [&](std::size_t k, std::span<const Value> values) {
+                                 [&](std::size_t k, std::span<const Value> values) {
     extremes[k].Add(values);
     negativeNaN[k] = negativeNaN[k] || AnyNegativeNaN(values);
   });
@@ -140,7 +140,7 @@ void WriteWave(SourceFile& source, const WaveHeader& wave, const std::optional<U
   const std::vector<Stretch> runs = ValueRunsFor(wave.npnts, sizeof(Value));
   RunBatches batches(out, runs);
   ForEachValueChunkInRuns<Value>(source, kValuesAt, runs, wave.order,
-                                       [&](std::size_t k, std::span<const Value> values) {
+                                 [&](std::size_t k, std::span<const Value> values) {
     const std::span<std::int16_t> counts = batches[k].Next(values.size());
     const std::size_t misfits = unit ? toCount.ToCounts(values, unit->factor, counts)
                                      : toCount.ToCounts(values, counts);

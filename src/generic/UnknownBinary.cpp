@@ -51,9 +51,9 @@ void ScaleToPeak(AbfHeader& h, SourceFile& source, const DataBlock& block, std::
   const std::vector<Stretch> runs = ValueRunsFor(count, sizeof(float));
   std::vector<RunExtremes> runExtremes = ExtremesOfRuns(runs.size());
   ForEachValueChunkInRuns<float>(source, block.offset, runs, order,
-                                       [&](std::size_t k, std::span<const float> values) {
-                                         runExtremes[k].Add(values);
-                                       });
+                                 [&](std::size_t k, std::span<const float> values) {
+                                   runExtremes[k].Add(values);
+                                 });
   const std::optional<Extremes> extremes = RunExtremes::Join(runExtremes);
   if (!extremes) return;
   const double low = extremes->MinimumMagnitude();
@@ -89,10 +89,10 @@ void ConvertUnknownBinary(Workbench& bench, const BinarySettings& settings) {
     const std::vector<Stretch> runs = ValueRunsFor(*samples, sizeof(float));
     RunBatches counts(out, runs);
     ForEachValueChunkInRuns<float>(source, block.offset, runs, OrderOf(settings),
-                                         [&](std::size_t k, std::span<const float> values) {
-                                           // A value beyond 16 bits is left as the fresh array had it: 0.
-                                           toCount.ToCounts(values, counts[k].Next(values.size()));
-                                         });
+                                   [&](std::size_t k, std::span<const float> values) {
+                                     // A value beyond 16 bits is left as the fresh array had it: 0.
+                                     toCount.ToCounts(values, counts[k].Next(values.size()));
+                                   });
     counts.Finish();
   });
 }
