@@ -34,6 +34,12 @@ SourceFile::SourceFile(const std::filesystem::path& path) : path_(path) {
   if (ec) throw ConvoraError("cannot read the file's length (" + ec.message() + ")");
 }
 
+SourceFile SourceFile::Reopened() const {
+  SourceFile again(path_);
+  if (again.Length() != length_) throw ConvoraError("the file changed while it was being converted");
+  return again;
+}
+
 std::size_t SourceFile::ReadPadded(std::int64_t offset, std::span<std::uint8_t> out) {
   std::size_t got = 0;
   if (offset >= 0 && offset < length_) {

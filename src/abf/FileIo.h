@@ -17,6 +17,11 @@ class SourceFile {
 
   std::int64_t Length() const { return length_; }
   const std::filesystem::path& Path() const { return path_; }
+  // The same file opened again, for a thread to read on its own. Throws
+  // ConvoraError when its length has changed since this one was opened: the
+  // file is then being rewritten under the conversion, and reading on would
+  // mix two recordings or take zeros for the lost end.
+  SourceFile Reopened() const;
 
   // Fills `out` from `offset`; bytes past the end of the file read as zero.
   // Returns how many bytes came from the file.

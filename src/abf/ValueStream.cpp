@@ -46,7 +46,7 @@ void ForEachValueChunkInRuns(
     SourceFile& source, std::int64_t offset, const std::vector<Stretch>& runs, ByteOrder order,
     const std::function<void(std::size_t, std::span<const Value>)>& visit) {
   RunParts(runs.size(), [&](std::size_t k) {
-    SourceFile own(source.Path());
+    SourceFile own = source.Reopened();
     ForEachValueChunk<Value>(own, offset + runs[k].from * std::int64_t{sizeof(Value)},
                              runs[k].Length(), order,
                              [&](std::span<Value> chunk) { visit(k, chunk); });

@@ -37,7 +37,8 @@ std::vector<Stretch> ValueRunsFor(std::int64_t count, std::int64_t valueBytes);
 
 // The same values split into `runs` (value indices, from ValueRunsFor) and
 // visited at once, one run to a core: visit(k, chunk) gets the chunks of
-// runs[k] in order, read-only. Each run reads through a stream of its own.
+// runs[k] in order, read-only. Each run reads through a stream of its own
+// (SourceFile::Reopened, which refuses a file whose length has changed).
 template <typename Value>
 void ForEachValueChunkInRuns(
     SourceFile& source, std::int64_t offset, const std::vector<Stretch>& runs, ByteOrder order,

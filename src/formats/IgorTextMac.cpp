@@ -35,8 +35,8 @@ struct ShareSummary {
   std::optional<std::int64_t> firstTooLarge;  // which of its pieces, from 1
 };
 
-ShareSummary SummariseShare(const std::filesystem::path& path, Stretch share) {
-  SourceFile source(path);  // a stream of its own: shares are read at once
+ShareSummary SummariseShare(const SourceFile& text, Stretch share) {
+  SourceFile source = text.Reopened();  // a stream of its own: shares are read at once
   ShareSummary summary;
   std::int64_t piece = 0;
   summary.pieces = ForEachPieceNumber(source, share, [&](double number) {
@@ -78,9 +78,9 @@ std::pair<std::int64_t, std::optional<Extremes>> Summarise(
 // Writes the counts of one share's pieces, of which the first pass found
 // `pieces`, through `out`. The numbers are scaled a block at a time, so that
 // the scaling runs on vector lanes.
-void WriteShare(const std::filesystem::path& path, Stretch share, std::int64_t pieces,
+void WriteShare(const SourceFile& text, Stretch share, std::int64_t pieces,
                 const CountScaler& toCount, DataSectionWriter out) {
-  SourceFile source(path);
+  SourceFile source = text.Reopened();
   BatchedSamples batch(out);
   std::vector<double> numbers;
   numbers.reserve(kNumbersPerBlock);
@@ -114,7 +114,7 @@ void ConvertIgorTextMac(Workbench& bench) {
       SplitEvenly(source.Length(), PartsFor(source.Length(), kSmallestShareBytes));
   std::vector<ShareSummary> summaries(shares.size());
   RunParts(shares.size(), [&](std::size_t k) {
-    summaries[k] = SummariseShare(source.Path(), shares[k]);
+    summaries[k] = SummariseShare(source, shares[k]);
   });
   const auto [count, extremes] = Summarise(summaries);
   if (count == 0) {
@@ -169,7 +169,7 @@ void ConvertIgorTextMac(Workbench& bench) {
       firstSample[k] = firstSample[k - 1] + summaries[k - 1].pieces;
     }
     RunParts(shares.size(), [&](std::size_t k) {
-      WriteShare(source.Path(), shares[k], summaries[k].pieces, toCount,
+      WriteShare(source, shares[k], summaries[k].pieces, toCount,
                  out.Skipped(firstSample[k] * std::int64_t{sizeof(std::int16_t)}));
     });
   });

@@ -3,12 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <bit>
+#include <filesystem>
 #include <cstring>
 #include <string>
 #include <vector>
 
 #include "abf/AbfOutput.h"
 #include "abf/ByteOrder.h"
+#include "abf/ConvoraError.h"
 #include "support/TestSupport.h"
 
 namespace convora {
@@ -96,6 +98,25 @@ TEST(ValueStream, RunsVisitEveryValueAndWriteInPlace) {
       ASSERT_EQ(sample, i % 32768) << "sample " << i << " of " << parts << " runs";
     }
   }
+}
+
+// Another program rewriting the recording between the passes must not have
+// its zeros, or a mix of two files, converted as if nothing had happened.
+TEST(ValueStream, RunsRefuseAFileWhoseLengthChangedSinceItWasOpened) {
+  test::TempDir dir;
+  const auto path = dir / "values.dat";
+  test::WriteFile(path, FloatsAfter(0, 1000, ByteOrder::LittleEndian));
+  SourceFile source(path);
+  std::filesystem::resize_file(path, 400);
+  int visits = 0;
+  try {
+    ForEachValueChunkInRuns<float>(source, 0, {Stretch{0, 1000}}, ByteOrder::LittleEndian,
+                                   [&](std::size_t, std::span<const float>) { ++visits; });
+    ADD_FAILURE() << "a shortened file was read on";
+  } catch (const ConvoraError& error) {
+    EXPECT_STREQ(error.what(), "the file changed while it was being converted");
+  }
+  EXPECT_EQ(visits, 0);
 }
 
 TEST(ValueStream, ReadValuesReversesBigEndianDoubles) {
