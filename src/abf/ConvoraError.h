@@ -11,4 +11,10 @@ class ConvoraError : public std::runtime_error {
   explicit ConvoraError(const std::string& why) : std::runtime_error(why) {}
 };
 
+// What a converter throws when the source reads differently from one pass
+// to the next: another program is rewriting it.
+inline ConvoraError SourceChangedError() {
+  return ConvoraError("the file changed while it was being converted");
+}
+
 }  // namespace convora

@@ -36,7 +36,7 @@ SourceFile::SourceFile(const std::filesystem::path& path) : path_(path) {
 
 SourceFile SourceFile::Reopened() const {
   SourceFile again(path_);
-  if (again.Length() != length_) throw ConvoraError("the file changed while it was being converted");
+  if (again.Length() != length_) throw SourceChangedError();
   return again;
 }
 

@@ -217,17 +217,17 @@ void ConvertTable(Workbench& bench, SourceFile& source, const TableLayout& layou
       std::int64_t row = 0;
       const auto writeRow = [&](std::int64_t line, const std::vector<std::string_view>& fields) {
         // A row more than the first pass found would go beyond the header's length.
-        if (++row > scan.rows) throw ConvoraError("the file changed while it was being converted");
+        if (++row > scan.rows) throw SourceChangedError();
         for (std::size_t c = 0; c < channels; ++c) {
           const TableChannel& channel = layout.channels[c];
           const auto count = toCount[c](ValueAt(fields, channel.columns[s], channel.factor, line));
-          if (!count) throw ConvoraError("the file changed while it was being converted");
+          if (!count) throw SourceChangedError();
           counts.push_back(*count);
         }
         if (counts.size() >= kSamplesPerWrite) Write(out, counts);
       };
       const std::int64_t rows = ForEachRow(source, layout, writeRow);
-      if (rows != scan.rows) throw ConvoraError("the file changed while it was being converted");
+      if (rows != scan.rows) throw SourceChangedError();
     }
     Write(out, counts);
     if (sweeps > 1) {

@@ -99,9 +99,7 @@ void WriteShare(const SourceFile& text, Stretch share, std::int64_t pieces,
   });
   scaleBlock();
   batch.Finish();
-  if (misfits != 0 || again != pieces) {
-    throw ConvoraError("the file changed while it was being converted");
-  }
+  if (misfits != 0 || again != pieces) throw SourceChangedError();
 }
 
 }  // namespace
