@@ -64,9 +64,10 @@ std::int64_t DataSectionWriter::CopyWithinSystem(const SourceFile& source, std::
 
 std::span<std::int16_t> BatchedSamples::Next(std::size_t count) {
   if (used_ > 0 && used_ + count > kBatchSamples) Finish();
-  // Grown once and then reused: the room is filled by the caller, so it
-  // need not be cleared each time.
-  if (samples_.size() < used_ + count) samples_.resize(std::max(kBatchSamples, used_ + count));
+  // Grown as far as the samples go (a short recording never takes a whole
+  // batch) and then reused: the room is filled by the caller, so it need not
+  // be cleared each time.
+  if (samples_.size() < used_ + count) samples_.resize(used_ + count);
   const std::span<std::int16_t> room = std::span(samples_).subspan(used_, count);
   used_ += count;
   return room;
