@@ -31,8 +31,14 @@ void WriteFile(const std::filesystem::path& path, const Bytes& bytes) {
 }
 
 Bytes ReadFile(const std::filesystem::path& path) {
+  std::error_code missing;
+  const std::uintmax_t size = std::filesystem::file_size(path, missing);
+  if (missing) return {};
   std::ifstream in(path, std::ios::binary);
-  return Bytes(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  Bytes bytes(static_cast<std::size_t>(size));
+  in.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+  bytes.resize(static_cast<std::size_t>(in.gcount()));
+  return bytes;
 }
 
 namespace {
