@@ -102,14 +102,11 @@ void WriteAbfFile(const AbfHeader& header, const std::filesystem::path& source,
   file.Close();
 }
 
-void CopyBytes(SourceFile& source, std::int64_t offset, std::int64_t count,
-               DataSectionWriter& out, bool swapPairs) {
-  if (!swapPairs) {
-    // Bytes that go across unchanged need not pass through this process.
-    const std::int64_t copied = out.CopyWithinSystem(source, offset, count);
-    offset += copied;
-    count -= copied;
-  }
+namespace {
+
+// Copies `count` bytes from `offset` on through a buffer of this process.
+void CopyThroughBuffer(SourceFile& source, std::int64_t offset, std::int64_t count,
+                       DataSectionWriter out, bool swapPairs) {
   constexpr std::int64_t kChunk = 1 << 20;  // even, so value pairs never straddle chunks
   std::vector<std::uint8_t> buffer;
   for (std::int64_t done = 0; done < count; done += kChunk) {
@@ -120,6 +117,39 @@ void CopyBytes(SourceFile& source, std::int64_t offset, std::int64_t count,
     }
     out.WriteBytes(buffer);
   }
+}
+
+}  // namespace
+
+void CopyBytes(SourceFile& source, std::int64_t offset, std::int64_t count,
+               DataSectionWriter& out, bool swapPairs) {
+  // The kernel copies whole pages as `cp` does where both offsets lie at the
+  // same place within a page. Elsewhere (raw data from byte 0 to the data
+  // section at 6144, say) it writes every page in two parts. That costs
+  // little on tens of MiB but a quarter to a half more than `cp` on hundreds,
+  // where two threads reading into buffers of their own do better: one reads
+  // while the other writes (1 GiB: 0.29 s in the kernel, 0.19 s in two
+  // threads, 0.24 s for `cp`, best of 11 each).
+  constexpr std::int64_t kPageBytes = 4096;
+  constexpr std::int64_t kSmallestRunBytes = 32 << 20;
+  const bool samePlaceInPage = (offset - out.Position()) % kPageBytes == 0;
+  if (!swapPairs && (samePlaceInPage || PartsFor(count, kSmallestRunBytes) == 1)) {
+    const std::int64_t copied = out.CopyWithinSystem(source, offset, count);
+    offset += copied;
+    count -= copied;
+  }
+  if (count <= 0) return;
+  // Split between pairs of bytes, so that no swapped pair straddles two runs.
+  const std::vector<Stretch> pairRuns =
+      SplitEvenly((count + 1) / 2, PartsFor(count, kSmallestRunBytes));
+  RunParts(pairRuns.size(), [&](std::size_t k) {
+    const std::int64_t from = 2 * pairRuns[k].from;
+    const std::int64_t length = std::min(2 * pairRuns[k].to, count) - from;
+    if (pairRuns.size() == 1) return CopyThroughBuffer(source, offset, length, out, swapPairs);
+    SourceFile own = source.Reopened();  // a stream of its own: the runs read at once
+    CopyThroughBuffer(own, offset + from, length, out.Skipped(from), swapPairs);
+  });
+  out.Skip(count);
 }
 
 }  // namespace convora

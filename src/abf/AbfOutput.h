@@ -47,6 +47,8 @@ class DataSectionWriter {
   DataSectionWriter Skipped(std::int64_t bytes) const { return {file_, position_ + bytes}; }
   // Where the next bytes go in the file.
   std::int64_t Position() const { return position_; }
+  // Moves on past `bytes` that other writers of the section (Skipped) wrote.
+  void Skip(std::int64_t bytes) { position_ += bytes; }
 
   void WriteSamples(std::span<const std::int16_t> samples);
   void WriteBytes(std::span<const std::uint8_t> bytes);
@@ -101,8 +103,8 @@ void WriteAbfFile(const AbfHeader& header, const std::filesystem::path& source,
                   const std::filesystem::path& output, const SampleProducer& produceSamples);
 
 // Copies `count` bytes of the source from `offset` on, inside the kernel where
-// the system allows, in bounded chunks otherwise;
-// bytes past the source's end are written as zeros. With `swapPairs` the two
+// that is fastest, in bounded chunks on one thread per core otherwise; bytes
+// past the source's end are written as zeros. With `swapPairs` the two
 // bytes of every 16-bit value are exchanged on the way.
 void CopyBytes(SourceFile& source, std::int64_t offset, std::int64_t count,
                DataSectionWriter& out, bool swapPairs = false);

@@ -43,30 +43,39 @@ TEST(CopyBytes, SwapsPairsAndPadsPastTheEndWithZeros) {
   EXPECT_EQ(test::ReadFile(dir / "dst"), (test::Bytes{3, 2, 5, 4, 0, 0}));
 }
 
-// Copied inside the kernel, at one place in a page at both ends or not, and
-// read where the source ends early: the same bytes.
+// Copied inside the kernel, at one place in a page at both ends or not, or in
+// runs on several threads (64 MiB is two runs on a machine with two cores),
+// with pairs swapped or not and read where the source ends early: the bytes
+// that the plain definition gives.
 TEST(CopyBytes, EveryWayOfCopyingWritesTheSameBytes) {
   test::TempDir dir;
-  test::Bytes source((9 << 20) + 4099);
+  test::Bytes source((64 << 20) + 4099);
   for (std::size_t i = 0; i < source.size(); ++i) source[i] = static_cast<std::uint8_t>(i * 7 + i / 4093);
   test::WriteFile(dir / "src", source);
-  for (const std::int64_t to : {std::int64_t{4096 + 100}, std::int64_t{6144}}) {
-    for (const std::int64_t extra : {std::int64_t{0}, std::int64_t{10}}) {
-      const std::int64_t from = 100;
-      const std::int64_t count = static_cast<std::int64_t>(source.size()) - from + extra;
-      {
-        SourceFile in(dir / "src");
-        OutputFile file(dir / "dst");
-        DataSectionWriter writer(file, to);
-        CopyBytes(in, from, count, writer);
-        file.Close();
-      }
-      test::Bytes expected(static_cast<std::size_t>(to), 0);
-      expected.insert(expected.end(), source.begin() + from, source.end());
-      expected.resize(expected.size() + static_cast<std::size_t>(extra), 0);
-      EXPECT_EQ(test::ReadFile(dir / "dst"), expected) << to << " " << extra;
-      std::filesystem::remove(dir / "dst");
+  constexpr std::int64_t from = 100;
+  const std::int64_t whole = static_cast<std::int64_t>(source.size()) - from;
+  struct Case {
+    std::int64_t to, count;
+    bool swapPairs;
+  };
+  for (const Case& c : {Case{4096 + 100, whole + 10, false}, Case{6144, 9 << 20, false},
+                        Case{6144, whole + 10, false}, Case{6144, whole + 11, true}}) {
+    {
+      SourceFile in(dir / "src");
+      OutputFile file(dir / "dst");
+      DataSectionWriter writer(file, c.to);
+      CopyBytes(in, from, c.count, writer, c.swapPairs);
+      EXPECT_EQ(writer.Position(), c.to + c.count);
+      file.Close();
     }
+    test::Bytes expected(static_cast<std::size_t>(c.to + c.count), 0);
+    const std::int64_t present = std::min(c.count, whole);
+    std::copy_n(source.begin() + from, present, expected.begin() + c.to);
+    if (c.swapPairs) {
+      for (std::size_t i = c.to; i + 1 < expected.size(); i += 2) std::swap(expected[i], expected[i + 1]);
+    }
+    EXPECT_EQ(test::ReadFile(dir / "dst"), expected) << c.to << " " << c.count << " " << c.swapPairs;
+    std::filesystem::remove(dir / "dst");
   }
 }
 
