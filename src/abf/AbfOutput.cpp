@@ -134,9 +134,18 @@ void CopyBytes(SourceFile& source, std::int64_t offset, std::int64_t count,
   constexpr std::int64_t kSmallestRunBytes = 32 << 20;
   const bool samePlaceInPage = (offset - out.Position()) % kPageBytes == 0;
   if (!swapPairs && (samePlaceInPage || PartsFor(count, kSmallestRunBytes) == 1)) {
-    const std::int64_t copied = out.CopyWithinSystem(source, offset, count);
-    offset += copied;
-    count -= copied;
+    // Copied from an output offset off a MiB boundary (a merge's second file,
+    // after 512 MiB and 6144 bytes), the kernel took a quarter longer: 0.118 s
+    // against 0.093 s for 512 MiB. Reaching the next boundary first avoids it.
+    constexpr std::int64_t kBoundaryBytes = 1 << 20;
+    const std::int64_t toBoundary = (kBoundaryBytes - out.Position() % kBoundaryBytes) % kBoundaryBytes;
+    const std::int64_t head = std::min(count, toBoundary);
+    for (const std::int64_t piece : {head, count - head}) {
+      const std::int64_t copied = out.CopyWithinSystem(source, offset, piece);
+      offset += copied;
+      count -= copied;
+      if (copied < piece) break;
+    }
   }
   if (count <= 0) return;
   // Split between pairs of bytes, so that no swapped pair straddles two runs.
