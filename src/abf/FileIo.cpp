@@ -46,10 +46,12 @@ std::size_t SourceFile::ReadPadded(std::int64_t offset, std::span<std::uint8_t> 
     const auto available = static_cast<std::uint64_t>(length_ - offset);
     const auto wanted = std::min<std::uint64_t>(out.size(), available);
     stream_.clear();
-    stream_.seekg(offset);
+    if (offset != position_) stream_.seekg(offset);
+    position_ = -1;
     stream_.read(reinterpret_cast<char*>(out.data()), static_cast<std::streamsize>(wanted));
     got = static_cast<std::size_t>(stream_.gcount());
     if (got != wanted) throw ConvoraError("the file could not be read to its end");
+    position_ = offset + static_cast<std::int64_t>(got);
   }
   std::fill(out.begin() + static_cast<std::ptrdiff_t>(got), out.end(), std::uint8_t{0});
   return got;

@@ -34,6 +34,9 @@ class SourceFile {
   std::filesystem::path path_;
   std::ifstream stream_;
   std::int64_t length_ = 0;
+  // Where the stream stands after the last read, -1 when unknown: reads
+  // that follow on from it need no seek, which is a system call of its own.
+  std::int64_t position_ = -1;
   std::vector<std::uint8_t> scratch_;
 };
 
