@@ -138,8 +138,8 @@ void CopyBytes(SourceFile& source, std::int64_t offset, std::int64_t count,
     // after 512 MiB and 6144 bytes), the kernel took a quarter longer: 0.118 s
     // against 0.093 s for 512 MiB. Reaching the next boundary first avoids it.
     constexpr std::int64_t kBoundaryBytes = 1 << 20;
-    const std::int64_t toBoundary = (kBoundaryBytes - out.Position() % kBoundaryBytes) % kBoundaryBytes;
-    const std::int64_t head = std::min(count, toBoundary);
+    const std::int64_t pastBoundary = out.Position() % kBoundaryBytes;
+    const std::int64_t head = std::min(count, (kBoundaryBytes - pastBoundary) % kBoundaryBytes);
     for (const std::int64_t piece : {head, count - head}) {
       const std::int64_t copied = out.CopyWithinSystem(source, offset, piece);
       offset += copied;
