@@ -127,9 +127,9 @@ void CopyBytes(SourceFile& source, std::int64_t offset, std::int64_t count,
   // same place within a page. Elsewhere (raw data from byte 0 to the data
   // section at 6144, say) it writes every page in two parts. That costs
   // little on tens of MiB but a quarter to a half more than `cp` on hundreds,
-  // where two threads reading into buffers of their own do better: one reads
-  // while the other writes (1 GiB: 0.29 s in the kernel, 0.19 s in two
-  // threads, 0.24 s for `cp`, best of 11 each).
+  // where threads reading into buffers of their own (one per core) do better:
+  // while one writes, another reads (1 GiB: 0.29 s in the kernel, 0.19 s in
+  // two threads, 0.24 s for `cp`, best of 11 each).
   constexpr std::int64_t kPageBytes = 4096;
   constexpr std::int64_t kSmallestRunBytes = 32 << 20;
   const bool samePlaceInPage = (offset - out.Position()) % kPageBytes == 0;
