@@ -1,12 +1,15 @@
 #pragma once
 // Little-endian loads and stores of the integer and float types that ABF files
-// and the sources we read are made of. Explicit byte arithmetic keeps the file
-// layout independent of the machine we run on.
+// and the sources we read are made of, the same on a machine of either byte
+// order.
 
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <type_traits>
+
+#include "abf/ByteOrder.h"
 
 namespace convora {
 
@@ -15,25 +18,20 @@ concept FileScalar = std::is_same_v<T, std::int16_t> || std::is_same_v<T, std::i
                      std::is_same_v<T, std::uint16_t> || std::is_same_v<T, std::uint32_t> ||
                      std::is_same_v<T, float> || std::is_same_v<T, double>;
 
-template <typename T>
-using UnsignedOfSize = std::conditional_t<
-    sizeof(T) == 2, std::uint16_t, std::conditional_t<sizeof(T) == 4, std::uint32_t, std::uint64_t>>;
-
+// memcpy, not byte arithmetic, so that each is one instruction on a
+// little-endian machine: the compiler does not always fold a loop of shifts.
 template <FileScalar T>
 T LoadLittleEndian(const std::uint8_t* bytes) {
-  UnsignedOfSize<T> bits = 0;
-  for (std::size_t i = 0; i < sizeof(T); ++i) {
-    bits |= static_cast<UnsignedOfSize<T>>(static_cast<UnsignedOfSize<T>>(bytes[i]) << (8 * i));
-  }
-  return std::bit_cast<T>(bits);
+  T value;
+  std::memcpy(&value, bytes, sizeof(T));
+  if constexpr (std::endian::native == std::endian::big) value = ReverseBytes(value);
+  return value;
 }
 
 template <FileScalar T>
 void StoreLittleEndian(std::uint8_t* bytes, T value) {
-  const auto bits = std::bit_cast<UnsignedOfSize<T>>(value);
-  for (std::size_t i = 0; i < sizeof(T); ++i) {
-    bytes[i] = static_cast<std::uint8_t>(bits >> (8 * i));
-  }
+  if constexpr (std::endian::native == std::endian::big) value = ReverseBytes(value);
+  std::memcpy(bytes, &value, sizeof(T));
 }
 
 }  // namespace convora
