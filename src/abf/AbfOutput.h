@@ -52,9 +52,10 @@ class DataSectionWriter {
 
   void WriteSamples(std::span<const std::int16_t> samples);
   void WriteBytes(std::span<const std::uint8_t> bytes);
-  // Copies up to `count` bytes of `source` from `offset` inside the kernel;
-  // returns how many it copied (see OutputFile::CopyWithinSystem).
-  std::int64_t CopyWithinSystem(const SourceFile& source, std::int64_t offset, std::int64_t count);
+  // Copies up to `count` bytes of `source` from `offset` without passing them
+  // through this process; returns how many it copied (see
+  // OutputFile::CopyFromMapping).
+  std::int64_t CopyFromMapping(const SourceFile& source, std::int64_t offset, std::int64_t count);
 
  private:
   OutputFile& file_;

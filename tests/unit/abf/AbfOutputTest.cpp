@@ -43,10 +43,10 @@ TEST(CopyBytes, SwapsPairsAndPadsPastTheEndWithZeros) {
   EXPECT_EQ(test::ReadFile(dir / "dst"), (test::Bytes{3, 2, 5, 4, 0, 0}));
 }
 
-// Copied inside the kernel, at one place in a page at both ends or not, or in
-// runs on several threads (64 MiB is two runs on a machine with two cores),
-// with pairs swapped or not and read where the source ends early: the bytes
-// that the plain definition gives.
+// Copied from a mapping of the source, at one place in a page at both ends or
+// not, in one run or in runs on several threads (64 MiB is two runs on a
+// machine with two cores), or through a buffer with pairs swapped, and read
+// where the source ends early: the bytes that the plain definition gives.
 TEST(CopyBytes, EveryWayOfCopyingWritesTheSameBytes) {
   test::TempDir dir;
   test::Bytes source((64 << 20) + 4099);
