@@ -5,15 +5,18 @@
 #include <cstdint>
 #include <limits>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "abf/AbfOutput.h"
 #include "abf/ByteOrder.h"
 #include "abf/ConvoraError.h"
 #include "abf/FileIo.h"
 #include "abf/LittleEndian.h"
 #include "abf/Numbers.h"
+#include "abf/Parallel.h"
 #include "abf/SampleScaling.h"
 #include "abf/ValueStream.h"
 
@@ -93,24 +96,28 @@ void ReadColumn(SourceFile& source, const SignalColumn& column, std::int64_t fir
 }
 
 // The extremes of a column's values as the conversion holds them: from the
-// values as stored where ExtremesOfProducts can tell, product by product
-// otherwise.
+// values as stored, a run to a core, where ExtremesOfProducts can tell;
+// product by product otherwise.
 Extremes ColumnExtremes(SourceFile& source, SignalColumn& column, std::int64_t points) {
-  const auto scan = [&](const auto& read) {
-    std::optional<Extremes> extremes;
-    std::vector<float> values;
-    for (std::int64_t first = 0; first < points; first += kChunkSamples) {
-      read(source, column, first, std::min(kChunkSamples, points - first), values);
-      if (!extremes) extremes.emplace(values.front());
-      extremes->Add(values);
-    }
-    return *extremes;
-  };
-  if (const auto products = ExtremesOfProducts<float>(scan(ReadStored), column.unitFactor)) {
+  const std::vector<Stretch> runs = ValueRunsFor(points, kValueBytes);
+  std::vector<RunExtremes> stored = ExtremesOfRuns(runs.size());
+  ForEachValueChunkInRuns<float>(source, column.valuesAt, runs, ByteOrder::BigEndian,
+                                 [&](std::size_t k, std::span<const float> values) {
+    stored[k].Add(values);
+  });
+  // Every run holds a value (points >= 1), so the first one starts them.
+  if (const auto products = ExtremesOfProducts<float>(*RunExtremes::Join(stored), column.unitFactor)) {
     column.productsFit = true;
     return *products;
   }
-  return scan(ReadColumn);
+  std::optional<Extremes> extremes;
+  std::vector<float> values;
+  for (std::int64_t first = 0; first < points; first += kChunkSamples) {
+    ReadColumn(source, column, first, std::min(kChunkSamples, points - first), values);
+    if (!extremes) extremes.emplace(values.front());
+    extremes->Add(values);
+  }
+  return *extremes;
 }
 
 // Reads the column's title and its values once: the unit and its factor, and
@@ -138,6 +145,41 @@ SignalColumn ScanColumn(SourceFile& source, std::int64_t columnAt, std::int64_t 
   // those samples overflow and stay 0 below.
   column.scaleFactor = HalfScaleFactor(SmallerMagnitude(ColumnExtremes(source, column, points)));
   return column;
+}
+
+// The samples of `frames`, every described column scaled and interleaved
+// frame by frame, into `batch`.
+void WriteFrames(SourceFile& source, const std::vector<SignalColumn>& columns,
+                 const std::vector<CountScaler>& toCount, int channels, Stretch frames,
+                 BatchedSamples& batch) {
+  const std::int64_t framesPerChunk = std::max<std::int64_t>(1, kChunkSamples / channels);
+  const auto described = static_cast<int>(columns.size());
+  std::vector<std::int16_t> columnCounts;
+  std::vector<float> values;
+  for (std::int64_t first = frames.from; first < frames.to; first += framesPerChunk) {
+    const std::int64_t count = std::min(framesPerChunk, frames.to - first);
+    const std::span<std::int16_t> counts = batch.Next(static_cast<std::size_t>(count * channels));
+    // Channels past the header's entries stay 0.
+    if (described < channels) std::fill(counts.begin(), counts.end(), std::int16_t{0});
+    for (int k = 0; k < described; ++k) {
+      // A lone channel is scaled straight into place; others go through a
+      // column of their own to be interleaved.
+      columnCounts.resize(static_cast<std::size_t>(count));
+      const std::span<std::int16_t> scaled = channels == 1 ? counts : std::span(columnCounts);
+      // A count beyond 16 bits is not stored: ToCounts leaves the sample 0.
+      if (columns[k].productsFit) {
+        ReadStored(source, columns[k], first, count, values);
+        toCount[k].ToCounts(values, columns[k].unitFactor, scaled);
+      } else {
+        ReadColumn(source, columns[k], first, count, values);
+        toCount[k].ToCounts(values, scaled);
+      }
+      if (channels == 1) continue;
+      for (std::size_t i = 0; i < columnCounts.size(); ++i) {
+        counts[i * channels + k] = columnCounts[i];
+      }
+    }
+  }
 }
 
 }  // namespace
@@ -204,30 +246,16 @@ void ConvertAxGr(Workbench& bench) {
   for (int k = 0; k < described; ++k) toCount.emplace_back(h, static_cast<std::size_t>(k));
 
   WriteAbfOutput(bench, [&](DataSectionWriter& out) {
-    const std::int64_t framesPerChunk = std::max<std::int64_t>(1, kChunkSamples / channels);
-    BatchedSamples batch(out);
-    std::vector<std::int16_t> columnCounts;
-    std::vector<float> values;
-    for (std::int64_t first = 0; first < points; first += framesPerChunk) {
-      const std::int64_t frames = std::min(framesPerChunk, points - first);
-      const std::span<std::int16_t> counts = batch.Next(static_cast<std::size_t>(frames * channels));
-      std::fill(counts.begin(), counts.end(), std::int16_t{0});
-      for (int k = 0; k < described; ++k) {
-        // A count beyond 16 bits is not stored: the sample stays 0.
-        columnCounts.resize(static_cast<std::size_t>(frames));
-        if (columns[k].productsFit) {
-          ReadStored(source, columns[k], first, frames, values);
-          toCount[k].ToCounts(values, columns[k].unitFactor, columnCounts);
-        } else {
-          ReadColumn(source, columns[k], first, frames, values);
-          toCount[k].ToCounts(values, columnCounts);
-        }
-        for (std::size_t i = 0; i < columnCounts.size(); ++i) {
-          counts[i * channels + k] = columnCounts[i];
-        }
-      }
-    }
-    batch.Finish();
+    // Runs of frames, one to a core, each reading through a stream of its own.
+    const std::vector<Stretch> frameRuns = ValueRunsFor(points, kValueBytes * described);
+    std::vector<Stretch> sampleRuns;
+    for (const Stretch& run : frameRuns) sampleRuns.push_back({run.from * channels, run.to * channels});
+    RunBatches batches(out, sampleRuns);
+    RunParts(frameRuns.size(), [&](std::size_t k) {
+      SourceFile own = source.Reopened();
+      WriteFrames(own, columns, toCount, channels, frameRuns[k], batches[k]);
+    });
+    batches.Finish();
   });
 }
 

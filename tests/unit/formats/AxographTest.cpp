@@ -95,6 +95,34 @@ TEST(Axograph, ChannelsPastSixteenAreCountedButLeftZero) {
   EXPECT_EQ(Convert(f, AxographFile(signals, 17 * 0x1p-14f)), AbfImage(h, samples));
 }
 
+// Long enough for runs of frames on several cores: each run's samples must
+// land at its own frames, interleaved as in one pass.
+TEST(Axograph, LongRecordingsInterleaveEveryFrameInItsPlace) {
+  BenchFixture f;
+  constexpr std::size_t kFrames = 2'200'000;  // 17.6 MB of values: two runs on two cores
+  AxographSignal fifths{"Vm (V)", std::vector<float>(kFrames)};
+  AxographSignal thirds{"Vc (V)", std::vector<float>(kFrames)};
+  for (std::size_t i = 0; i < kFrames; ++i) {
+    fifths.values[i] = 0.125f * static_cast<float>(static_cast<int>(i % 5) - 2);
+    thirds.values[i] = 0.25f * static_cast<float>(static_cast<int>(i % 3) - 1);
+  }
+  auto h = StampedTemplate();
+  // 2 x 2^-14 s over 2 channels = 61.03515625 us; 4.4e6 samples x 2^-14 s = 268.5546875 s.
+  DescribeRecording(h, 2 * kFrames, 61.03515625f, 268.5546875f);
+  h.Set(abf::nADCNumChannels, std::int16_t{2});
+  // Both span -250 to 250 mV: factor 0.02048, count v x 65.536 - 1.
+  DescribeChannel(h, 0, "mV", 0.02048f);
+  DescribeChannel(h, 1, "mV", 0.02048f);
+  const std::int16_t byFifth[] = {-16385, -8193, -1, 8191, 16383};
+  const std::int16_t byThird[] = {-16385, -1, 16383};
+  std::vector<std::int16_t> samples;
+  for (std::size_t i = 0; i < kFrames; ++i) {
+    samples.push_back(byFifth[i % 5]);
+    samples.push_back(byThird[i % 3]);
+  }
+  EXPECT_EQ(Convert(f, AxographFile({fifths, thirds}, 2 * 0x1p-14f)), AbfImage(h, samples));
+}
+
 TEST(Axograph, RefusalsAndErrorsWriteNothingAndLeaveTheRecord) {
   BenchFixture f;
   // Bytes 01 00 (version 1 written little-endian) read as 256: a message, no error.
