@@ -103,10 +103,11 @@ using SampleProducer = std::function<void(DataSectionWriter&)>;
 void WriteAbfFile(const AbfHeader& header, const std::filesystem::path& source,
                   const std::filesystem::path& output, const SampleProducer& produceSamples);
 
-// Copies `count` bytes of the source from `offset` on, inside the kernel where
-// that is fastest, in bounded chunks on one thread per core otherwise; bytes
-// past the source's end are written as zeros. With `swapPairs` the two
-// bytes of every 16-bit value are exchanged on the way.
+// Copies `count` bytes of the source from `offset` on, in runs on one thread
+// per core once there are enough, each written from a mapping of the source
+// where it can be mapped and through a bounded buffer otherwise; bytes past
+// the source's end are written as zeros. With `swapPairs` the two bytes of
+// every 16-bit value are exchanged on the way, through the buffer.
 void CopyBytes(SourceFile& source, std::int64_t offset, std::int64_t count,
                DataSectionWriter& out, bool swapPairs = false);
 
