@@ -26,9 +26,12 @@ std::string SystemReason() { return std::strerror(errno); }
 // kernel then copies each byte once, wherever the two offsets lie within a
 // page, where copy_file_range writes every page in two parts when they differ
 // (32 MiB from byte 512 to byte 6144: 13 ms against 20 ms) and `read` then
-// `write` copies twice. Windows keep the mapped pages few, since the resident
-// size counts them. This process never reads the mapping itself, so a source
-// cut short meanwhile makes a write come up short instead of raising SIGBUS.
+// `write` copies twice. Each window's pages are mapped all at once
+// (MAP_POPULATE): faulted in one by one, they made the same copy take twice as
+// long as the kernel's on a virtual machine, where a fault is costly. Windows
+// keep the mapped pages few, since the resident size counts them. This
+// process never reads the mapping itself, so a source cut short meanwhile
+// makes a write come up short instead of raising SIGBUS.
 std::int64_t WriteFromMappedWindows(int in, std::int64_t from, int out, std::int64_t to,
                                     std::int64_t count) {
   constexpr std::int64_t kWindowBytes = 8 << 20;
