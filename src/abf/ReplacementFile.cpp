@@ -54,8 +54,8 @@ ReplacementFile::ReplacementFile(const std::filesystem::path& target,
   replacing_ = std::filesystem::exists(target, ec);
   file_.emplace(temporary_);
   if (!startFrom || !std::filesystem::exists(*startFrom, ec)) return;
-  // Copied as the converters copy samples (inside the kernel where it can),
-  // which is faster than the library's copy through a pipe.
+  // Copied as the converters copy samples (from a mapping of the file where
+  // it can be mapped), which is faster than the library's copy.
   try {
     SourceFile start(*startFrom);
     DataSectionWriter writer(*file_, 0);
