@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <filesystem>
 #include <utility>
 
 #include "abf/ConvoraError.h"
@@ -76,6 +78,21 @@ TEST(CopyBytes, EveryWayOfCopyingWritesTheSameBytes) {
     }
     EXPECT_EQ(test::ReadFile(dir / "dst"), expected) << c.to << " " << c.count << " " << c.swapPairs;
     std::filesystem::remove(dir / "dst");
+  }
+}
+
+// A source cut short after it was opened, in one run (3 MiB) or two (64 MiB):
+// the pages past its new end are still within the copy's mapped windows, and
+// reading them must end in an error, not a signal that kills the program.
+TEST(CopyBytes, ASourceCutShortDuringTheCopyIsAnErrorNotACrash) {
+  test::TempDir dir;
+  for (const std::int64_t length : {std::int64_t{3} << 20, std::int64_t{64} << 20}) {
+    test::WriteFile(dir / "src", test::Bytes(static_cast<std::size_t>(length), 7));
+    SourceFile source(dir / "src");
+    std::filesystem::resize_file(dir / "src", (1 << 20) + 100);
+    OutputFile file(dir / "dst");
+    DataSectionWriter writer(file, 6144);
+    EXPECT_THROW(CopyBytes(source, 0, length, writer), ConvoraError) << length;
   }
 }
 
