@@ -81,6 +81,25 @@ TEST(CopyBytes, EveryWayOfCopyingWritesTheSameBytes) {
   }
 }
 
+// A source whose name is gone once it is open cannot be mapped (the mapping
+// opens it again by name), so the copy falls back on reading through the
+// buffer from the open file, and still writes every byte.
+TEST(CopyBytes, ASourceThatCannotBeMappedIsCopiedThroughTheBuffer) {
+  test::TempDir dir;
+  test::Bytes bytes(3 << 20);
+  for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<std::uint8_t>(i * 13 + i / 251);
+  test::WriteFile(dir / "src", bytes);
+  {
+    SourceFile source(dir / "src");
+    std::filesystem::remove(dir / "src");
+    OutputFile file(dir / "dst");
+    DataSectionWriter writer(file, 0);
+    CopyBytes(source, 0, static_cast<std::int64_t>(bytes.size()), writer);
+    file.Close();
+  }
+  EXPECT_EQ(test::ReadFile(dir / "dst"), bytes);
+}
+
 // A source cut short after it was opened, in one run (3 MiB) or two (64 MiB):
 // the pages past its new end are still within the copy's mapped windows, and
 // reading them must end in an error, not a signal that kills the program.
