@@ -13,11 +13,6 @@ namespace {
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
-// The powers of ten a double holds exactly.
-constexpr double kExactPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                                        1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
-                                        1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-
 // The number that starts a text, in the form LeadingNumber accepts: its
 // length (0 when there is none) and, when one correctly rounded product or
 // quotient of two exact doubles gives its value, that value. That takes at
@@ -72,7 +67,7 @@ inline ScannedNumber ScanNumber(std::string_view text) {
   if (digits > 19 || mantissa > (std::uint64_t{1} << 53)) return scanned;
   double value = static_cast<double>(mantissa);
   if (mantissa != 0) {
-    if (exponent < -22 || exponent > 22) return scanned;
+    if (exponent < -kLargestExactPowerOfTen || exponent > kLargestExactPowerOfTen) return scanned;
     // One of the two powers is 1, whose product or quotient is exact, so the
     // value is rounded once, whichever way the exponent points.
     const std::int64_t down = exponent < 0 ? -exponent : 0;

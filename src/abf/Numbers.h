@@ -11,6 +11,15 @@
 
 namespace convora {
 
+// The powers of ten a double holds exactly. A decimal number whose digits
+// make an integer of at most 2^53 and whose power of ten lies within
+// +-kLargestExactPowerOfTen is one correctly rounded quotient or product of
+// two of these (the integer and a power) away from its digits.
+inline constexpr double kExactPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                               1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                               1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+inline constexpr int kLargestExactPowerOfTen = 22;
+
 // The leading number of a text ("12.5 ms" gives 12.5, "abc" gives 0): blanks
 // and tabs before it are skipped; a sign, digits, a decimal point and an
 // exponent (e, E, d or D) are taken as far as they go.

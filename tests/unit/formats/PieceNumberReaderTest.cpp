@@ -1,0 +1,104 @@
+#include "formats/PieceNumberReader.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cstdint>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "abf/Numbers.h"
+
+namespace convora::test {
+namespace {
+
+// Texts laid end to end with the reader's look-ahead after the last, and the
+// offset of each.
+struct Pieces {
+  std::string text;
+  std::vector<std::uint32_t> starts;
+
+  void Add(const std::string& piece) {
+    starts.push_back(static_cast<std::uint32_t>(text.size()));
+    text += piece;
+  }
+};
+
+// Reads every piece in one call, each up to 64 characters long, and compares
+// each with LeadingNumber, bit for bit (so that -0 and 0 differ).
+void ExpectReadAsLeadingNumber(Pieces pieces) {
+  constexpr std::size_t kLongest = 64;
+  const std::size_t length = pieces.text.size();
+  pieces.text.append(PieceNumberReader::kReadAhead, '\0');
+  const std::string_view text(pieces.text.data(), length);
+  std::vector<double> numbers(pieces.starts.size());
+  PieceNumberReader reader;
+  reader.Read(text, pieces.starts, kLongest, numbers);
+  for (std::size_t i = 0; i < numbers.size(); ++i) {
+    const std::string_view piece = text.substr(pieces.starts[i], kLongest);
+    const double expected = LeadingNumber(piece);
+    ASSERT_EQ(std::bit_cast<std::uint64_t>(numbers[i]), std::bit_cast<std::uint64_t>(expected))
+        << "piece " << i << ": \"" << piece << "\" read as " << numbers[i] << ", not " << expected;
+  }
+}
+
+std::string Digits(std::mt19937& random, int count) {
+  std::string digits;
+  for (int i = 0; i < count; ++i) digits += static_cast<char>('0' + random() % 10);
+  return digits;
+}
+
+// A number in one of the forms a wave may hold, or something close to one,
+// ended by a carriage return most of the time.
+std::string RandomPiece(std::mt19937& random) {
+  const auto pick = [&](std::initializer_list<const char*> choices) {
+    return std::string(choices.begin()[random() % choices.size()]);
+  };
+  std::string piece = pick({"", "", "", "-", "-", "+", " ", "\t-", "--"});
+  piece += Digits(random, static_cast<int>(random() % 16));
+  if (random() % 4 != 0) piece += pick({".", ".", ".", ",", ".."}) + Digits(random, static_cast<int>(random() % 14));
+  if (random() % 3 != 0) {
+    piece += pick({"e", "e", "E", "d", "D", "x"});
+    piece += pick({"-", "-", "+", "", "--"});
+    piece += Digits(random, static_cast<int>(random() % 6));
+  }
+  return piece + pick({"\r", "\r", "\r", "\r", "\t", " pA\r", "", "\r\r", "5\r"});
+}
+
+TEST(PieceNumberReader, ReadsEveryFormAsLeadingNumberDoes) {
+  std::mt19937 random(11);
+  Pieces pieces;
+  for (int i = 0; i < 200'000; ++i) pieces.Add(RandomPiece(random));
+  ExpectReadAsLeadingNumber(pieces);
+}
+
+// The forms a recording repeats, with their digits changing from line to line,
+// so that most numbers are read through a layout learnt from another.
+TEST(PieceNumberReader, ReadsNumbersThatShareALayout) {
+  std::mt19937 random(12);
+  Pieces pieces;
+  for (int i = 0; i < 100'000; ++i) {
+    const int fraction = 1 + static_cast<int>(random() % 6);
+    std::string piece = (random() % 2 ? "-" : "") + Digits(random, 1) + "." + Digits(random, fraction);
+    piece += "e-" + Digits(random, 2) + "\r";
+    pieces.Add(piece);
+  }
+  ExpectReadAsLeadingNumber(pieces);
+}
+
+// Texts whose digits lie where a learnt layout's do, but whose other
+// characters differ from it: each must be read as itself.
+TEST(PieceNumberReader, TellsApartTextsWithTheSameDigitPlaces) {
+  Pieces pieces;
+  for (const char* piece : {"1.5e-11\r", "1,5e-11\r", "1.5e+11\r", "1.5x-11\r", "1.5E-11\r",
+                            "1.5d-11\r", "1.5e-11\r", "1.5e-1\r1", "1.5e-11 \r", "-2e-11\r",
+                            "1e-11\r", "2e-11\r", "-0\r", "0\r", "-0.0e-30\r", "5e-12\rabc",
+                            "123456789012.5\r", "1e22\r", "1e23\r", "9e-22\r", "9e-23\r"}) {
+    pieces.Add(piece);
+  }
+  ExpectReadAsLeadingNumber(pieces);
+}
+
+}  // namespace
+}  // namespace convora::test
