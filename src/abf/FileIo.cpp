@@ -9,10 +9,11 @@
 #include "abf/ConvoraError.h"
 #include "abf/LittleEndian.h"
 
-#if defined(__linux__)
+#include <cstdio>
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <unistd.h>
+#if defined(__linux__)
+#include <sys/mman.h>
 #endif
 
 namespace convora {
@@ -155,6 +156,50 @@ std::int64_t OutputFile::CopyFromMapping(const SourceFile& source, std::int64_t 
   (void)source, (void)from, (void)to, (void)count;
   return 0;
 #endif
+}
+
+ScratchFile::ScratchFile(const std::filesystem::path& folder) {
+#if defined(__linux__)
+  const std::filesystem::path where = folder.empty() ? std::filesystem::path(".") : folder;
+  descriptor_ = ::open(where.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
+#else
+  (void)folder;
+#endif
+  if (descriptor_ < 0) {
+    // Folders on file systems without unnamed files (some network shares).
+    std::FILE* const file = std::tmpfile();
+    if (file == nullptr) throw ConvoraError("cannot make a temporary file (" + SystemReason() + ")");
+    descriptor_ = ::dup(::fileno(file));
+    std::fclose(file);
+    if (descriptor_ < 0) throw ConvoraError("cannot make a temporary file (" + SystemReason() + ")");
+  }
+}
+
+ScratchFile::~ScratchFile() {
+  if (descriptor_ >= 0) ::close(descriptor_);
+}
+
+void ScratchFile::WriteAt(std::int64_t offset, std::span<const std::uint8_t> bytes) {
+  std::size_t done = 0;
+  while (done < bytes.size()) {
+    const ssize_t written = ::pwrite(descriptor_, bytes.data() + done, bytes.size() - done,
+                                     static_cast<off_t>(offset + static_cast<std::int64_t>(done)));
+    if (written <= 0) {
+      throw ConvoraError("cannot write a temporary file (" + SystemReason() + ")");
+    }
+    done += static_cast<std::size_t>(written);
+  }
+}
+
+void ScratchFile::ReadAt(std::int64_t offset, std::span<std::uint8_t> out) {
+  std::size_t done = 0;
+  while (done < out.size()) {
+    const ssize_t got = ::pread(descriptor_, out.data() + done, out.size() - done,
+                                static_cast<off_t>(offset + static_cast<std::int64_t>(done)));
+    if (got < 0) throw ConvoraError("cannot read back a temporary file (" + SystemReason() + ")");
+    if (got == 0) throw ConvoraError("a temporary file ended before its values");
+    done += static_cast<std::size_t>(got);
+  }
 }
 
 OutputFile OpenOutputFor(const std::filesystem::path& source, const std::filesystem::path& output) {

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <mutex>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace convora {
@@ -62,6 +63,30 @@ class OutputFile {
   std::filesystem::path path_;
   std::fstream stream_;
   std::mutex writing_;
+};
+
+// An unnamed temporary file that vanishes when closed, for values a
+// conversion keeps between two passes without holding them in memory. Its
+// pages sit in the system's file cache, and a file this short-lived is
+// normally never written to disk. Threads that write at once should each
+// have one: the system lets one write to a file at a time.
+class ScratchFile {
+ public:
+  // Made in `folder` (on Linux), else in the system's temporary folder.
+  explicit ScratchFile(const std::filesystem::path& folder);
+  ~ScratchFile();
+  ScratchFile(ScratchFile&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
+  ScratchFile& operator=(ScratchFile&& other) noexcept {
+    std::swap(descriptor_, other.descriptor_);
+    return *this;
+  }
+
+  void WriteAt(std::int64_t offset, std::span<const std::uint8_t> bytes);
+  // Throws when fewer than out.size() bytes were written there.
+  void ReadAt(std::int64_t offset, std::span<std::uint8_t> out);
+
+ private:
+  int descriptor_ = -1;
 };
 
 // Opens `output` for a conversion of `source`; refuses when the two name one

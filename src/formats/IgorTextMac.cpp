@@ -1,5 +1,6 @@
 #include "formats/IgorTextMac.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -9,7 +10,9 @@
 #include <string>
 #include <vector>
 
+#include "abf/AbfOutput.h"
 #include "abf/ConvoraError.h"
+#include "abf/FileIo.h"
 #include "abf/Numbers.h"
 #include "abf/Parallel.h"
 #include "abf/SampleScaling.h"
@@ -17,39 +20,67 @@
 
 // A Macintosh Igor text wave: heading lines, then one value per line, every
 // data line starting with a tab after the previous line's carriage return
-// (formats/IgorTextPieces.h reads them). The text is read twice (extremes,
-// then samples), never held whole; each pass splits it into one share per
-// core, since reading numbers, not the disk, bounds its speed.
+// (formats/IgorTextPieces.h reads them). The text is read once, in one share
+// per core, since reading numbers, not the disk, bounds its speed. The values
+// wait in a scratch file until their extremes, and with them the scale, are
+// known; reading them back costs a fraction of reading the text again.
 
 namespace convora {
 namespace {
 
 // Below this a share is not worth a thread of its own.
 constexpr std::int64_t kSmallestShareBytes = 1 << 20;
-constexpr std::size_t kNumbersPerBlock = 1 << 12;
+// Values kept per write to the scratch file.
+constexpr std::size_t kKeptPerWrite = 1 << 17;
 
-// What the first pass learns of one share.
+std::span<const std::uint8_t> BytesOf(std::span<const double> values) {
+  return {reinterpret_cast<const std::uint8_t*>(values.data()), values.size_bytes()};
+}
+
+// What the pass over one share learns, and where its values wait.
 struct ShareSummary {
+  std::optional<ScratchFile> kept;
   std::int64_t pieces = 0;
-  std::optional<Extremes> extremes;
+  std::optional<Extremes> extremes;           // in picoamperes
   std::optional<std::int64_t> firstTooLarge;  // which of its pieces, from 1
 };
 
-ShareSummary SummariseShare(const SourceFile& text, Stretch share) {
+ShareSummary ReadShare(const SourceFile& text, Stretch share, const std::filesystem::path& folder) {
   SourceFile source = text.Reopened();  // a stream of its own: shares are read at once
   ShareSummary summary;
-  std::int64_t piece = 0;
-  summary.pieces = ForEachPieceNumber(source, share, [&](double number) {
-    ++piece;
-    const double picoamperes = number * kAmperesAsPicoamperes.factor;
-    if (!std::isfinite(picoamperes)) {
-      if (!summary.firstTooLarge) summary.firstTooLarge = piece;
+  ScratchFile& kept = summary.kept.emplace(folder);
+  std::vector<double> waiting;
+  waiting.reserve(kKeptPerWrite);
+  std::int64_t keptAt = 0;
+  const auto keep = [&] {
+    kept.WriteAt(keptAt, BytesOf(waiting));
+    keptAt += static_cast<std::int64_t>(waiting.size() * sizeof(double));
+    waiting.clear();
+  };
+  std::int64_t before = 0;  // pieces of the share before this block
+  ForEachPieceNumber(source, share, [&](std::span<const double> numbers) {
+    Extremes stored(numbers.front());
+    stored.Add(numbers);
+    const auto picoamperes = ExtremesOfProducts<double>(stored, kAmperesAsPicoamperes.factor);
+    if (!picoamperes) {
+      // Parsed numbers are never NaN: some value is infinite in picoamperes.
+      if (!summary.firstTooLarge) {
+        const auto tooLarge = std::find_if(numbers.begin(), numbers.end(), [](double number) {
+          return !std::isfinite(number * kAmperesAsPicoamperes.factor);
+        });
+        summary.firstTooLarge = before + (tooLarge - numbers.begin()) + 1;
+      }
     } else if (summary.extremes) {
-      summary.extremes->Add(picoamperes);
+      summary.extremes->Add(*picoamperes);
     } else {
-      summary.extremes.emplace(picoamperes);
+      summary.extremes = picoamperes;
     }
+    before += static_cast<std::int64_t>(numbers.size());
+    if (waiting.size() + numbers.size() > kKeptPerWrite) keep();
+    waiting.insert(waiting.end(), numbers.begin(), numbers.end());
   });
+  keep();
+  summary.pieces = before;
   return summary;
 }
 
@@ -75,31 +106,26 @@ std::pair<std::int64_t, std::optional<Extremes>> Summarise(
   return {pieces, extremes};
 }
 
-// Writes the counts of one share's pieces, of which the first pass found
-// `pieces`, through `out`. The numbers are scaled a block at a time, so that
-// the scaling runs on vector lanes.
-void WriteShare(const SourceFile& text, Stretch share, std::int64_t pieces,
-                const CountScaler& toCount, DataSectionWriter out) {
-  SourceFile source = text.Reopened();
+// Writes the counts of one share's `pieces` values, read back from the scratch
+// file, through `out`.
+void WriteShare(ScratchFile& kept, std::int64_t pieces, const CountScaler& toCount,
+                DataSectionWriter out) {
   BatchedSamples batch(out);
-  std::vector<double> numbers;
-  numbers.reserve(kNumbersPerBlock);
+  std::vector<double> values(kKeptPerWrite);
   std::size_t misfits = 0;
-  const auto scaleBlock = [&] {
-    misfits += toCount.ToCounts(std::span<const double>(numbers), kAmperesAsPicoamperes.factor,
-                                batch.Next(numbers.size()));
-    numbers.clear();
-  };
-  std::int64_t taken = 0;
-  const std::int64_t again = ForEachPieceNumber(source, share, [&](double number) {
-    if (taken == pieces) return;
-    ++taken;
-    numbers.push_back(number);
-    if (numbers.size() == kNumbersPerBlock) scaleBlock();
-  });
-  scaleBlock();
+  for (std::int64_t done = 0; done < pieces;) {
+    const auto count = static_cast<std::size_t>(
+        std::min<std::int64_t>(pieces - done, static_cast<std::int64_t>(values.size())));
+    const std::span<double> chunk(values.data(), count);
+    kept.ReadAt(done * std::int64_t{sizeof(double)},
+                {reinterpret_cast<std::uint8_t*>(chunk.data()), chunk.size_bytes()});
+    misfits += toCount.ToCounts(std::span<const double>(chunk), kAmperesAsPicoamperes.factor,
+                                batch.Next(count));
+    done += static_cast<std::int64_t>(count);
+  }
   batch.Finish();
-  if (misfits != 0 || again != pieces) throw SourceChangedError();
+  // The extremes were checked to fit, so every value between them does.
+  if (misfits != 0) throw ConvoraError("a value did not scale into 16 bits");
 }
 
 }  // namespace
@@ -110,9 +136,10 @@ void ConvertIgorTextMac(Workbench& bench) {
 
   const std::vector<Stretch> shares =
       SplitEvenly(source.Length(), PartsFor(source.Length(), kSmallestShareBytes));
+  const std::filesystem::path folder = OutputNameFor(bench.SelectedFilePath).parent_path();
   std::vector<ShareSummary> summaries(shares.size());
   RunParts(shares.size(), [&](std::size_t k) {
-    summaries[k] = SummariseShare(source, shares[k]);
+    summaries[k] = ReadShare(source, shares[k], folder);
   });
   const auto [count, extremes] = Summarise(summaries);
   if (count == 0) {
@@ -167,7 +194,7 @@ void ConvertIgorTextMac(Workbench& bench) {
       firstSample[k] = firstSample[k - 1] + summaries[k - 1].pieces;
     }
     RunParts(shares.size(), [&](std::size_t k) {
-      WriteShare(source, shares[k], summaries[k].pieces, toCount,
+      WriteShare(*summaries[k].kept, summaries[k].pieces, toCount,
                  out.Skipped(firstSample[k] * std::int64_t{sizeof(std::int16_t)}));
     });
   });

@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <span>
 #include <string>
 #include <vector>
 
+#include "abf/Numbers.h"
 #include "support/TestSupport.h"
 
 namespace convora::test {
@@ -53,7 +55,11 @@ TEST(IgorTextPieces, AnySplitIntoSharesReadsTheNumbersOfTheWholeText) {
       std::vector<double> numbers;
       std::int64_t pieces = 0;
       for (const Stretch share : SplitEvenly(source.Length(), parts)) {
-        pieces += ForEachPieceNumber(source, share, [&](double n) { numbers.push_back(n); });
+        pieces += ForEachPieceNumber(source, share, [&](std::span<const double> block) {
+          EXPECT_FALSE(block.empty());
+          EXPECT_LE(block.size(), kPieceNumbersPerBlock);
+          numbers.insert(numbers.end(), block.begin(), block.end());
+        });
       }
       EXPECT_EQ(pieces, static_cast<std::int64_t>(expected.size())) << length << " " << parts;
       EXPECT_EQ(numbers, expected) << length << " " << parts;
