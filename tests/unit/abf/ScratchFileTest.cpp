@@ -1,0 +1,53 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <thread>
+
+#include "abf/ConvoraError.h"
+#include "abf/FileIo.h"
+#include "support/TestSupport.h"
+
+namespace convora::test {
+namespace {
+
+// Two writers at once, each at its own offset, as the conversion's shares
+// write; what each wrote reads back, and the folder gains no file by name.
+TEST(ScratchFile, KeepsWhatEachWriterWroteWithoutANameInTheFolder) {
+  TempDir dir;
+  ScratchFile kept(dir.Path());
+  const Bytes first(300'000, 0x11);
+  const Bytes second(200'000, 0x22);
+  std::thread other([&] { kept.WriteAt(1'000'000, second); });
+  kept.WriteAt(0, first);
+  other.join();
+
+  Bytes read(first.size());
+  kept.ReadAt(0, read);
+  EXPECT_EQ(read, first);
+  read.resize(second.size());
+  kept.ReadAt(1'000'000, read);
+  EXPECT_EQ(read, second);
+  EXPECT_TRUE(std::filesystem::is_empty(dir.Path()));
+}
+
+TEST(ScratchFile, ReadingPastWhatWasWrittenIsAnError) {
+  TempDir dir;
+  ScratchFile kept(dir.Path());
+  kept.WriteAt(0, Bytes(100, 1));
+  Bytes read(101);
+  EXPECT_THROW(kept.ReadAt(0, read), ConvoraError);
+}
+
+// A folder that cannot hold it (here: none at all) leaves it to the system's
+// temporary folder.
+TEST(ScratchFile, FallsBackToTheTemporaryFolder) {
+  TempDir dir;
+  ScratchFile kept(dir.Path() / "missing");
+  kept.WriteAt(0, Bytes{1, 2, 3});
+  Bytes read(3);
+  kept.ReadAt(0, read);
+  EXPECT_EQ(read, (Bytes{1, 2, 3}));
+}
+
+}  // namespace
+}  // namespace convora::test
