@@ -6,9 +6,11 @@
 #include <benchmark/benchmark.h>
 
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <random>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "abf/AbfOutput.h"
@@ -18,6 +20,7 @@
 #include "abf/StartDateTime.h"
 #include "abf/TemplateFile.h"
 #include "app/Recognition.h"
+#include "formats/PieceNumberReader.h"
 
 namespace {
 
@@ -41,9 +44,9 @@ void BM_HeaderPatching(benchmark::State& state) {
 }
 BENCHMARK(BM_HeaderPatching);
 
-void BM_ReadingTextNumbers(benchmark::State& state) {
-  // Numbers as a program writes a recording in amperes: six significant
-  // digits, random signs.
+// Numbers as a program writes a recording in amperes: six significant
+// digits, random signs.
+std::vector<std::string> RecordedNumbers() {
   std::mt19937 random(3);
   std::normal_distribution<double> normal(0.0, 1e-11);
   std::vector<std::string> numbers(1 << 12);
@@ -52,12 +55,40 @@ void BM_ReadingTextNumbers(benchmark::State& state) {
     std::snprintf(text, sizeof text, "%.6g", normal(random));
     number = text;
   }
+  return numbers;
+}
+
+void BM_ReadingTextNumbers(benchmark::State& state) {
+  const std::vector<std::string> numbers = RecordedNumbers();
   for (auto _ : state) {
     for (const auto& number : numbers) benchmark::DoNotOptimize(convora::LeadingNumber(number));
   }
   state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * numbers.size()));
 }
 BENCHMARK(BM_ReadingTextNumbers);
+
+// The same numbers as the lines of an Igor text wave, read through the
+// layouts they repeat.
+void BM_ReadingWaveNumbers(benchmark::State& state) {
+  std::string text;
+  std::vector<std::uint32_t> starts;
+  for (const std::string& number : RecordedNumbers()) {
+    text += "\r\t";
+    starts.push_back(static_cast<std::uint32_t>(text.size()));
+    text += number;
+  }
+  text += "\r";
+  const std::size_t length = text.size();
+  text.append(convora::PieceNumberReader::kReadAhead, '\0');
+  std::vector<double> values(starts.size());
+  convora::PieceNumberReader reader;
+  for (auto _ : state) {
+    reader.Read(std::string_view(text.data(), length), starts, 64, values);
+    benchmark::DoNotOptimize(values.data());
+  }
+  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * starts.size()));
+}
+BENCHMARK(BM_ReadingWaveNumbers);
 
 void BM_ScalingToCounts(benchmark::State& state) {
   convora::AbfHeader header = convora::BuildDefaultTemplate();
