@@ -10,8 +10,10 @@
 #include "abf/LittleEndian.h"
 
 #include <cstdio>
+#if !defined(_WIN32)
 #include <fcntl.h>
 #include <unistd.h>
+#endif
 #if defined(__linux__)
 #include <sys/mman.h>
 #endif
@@ -158,6 +160,31 @@ std::int64_t OutputFile::CopyFromMapping(const SourceFile& source, std::int64_t 
 #endif
 }
 
+#if defined(_WIN32)
+ScratchFile::ScratchFile(const std::filesystem::path&) : file_(std::tmpfile()) {
+  if (file_ == nullptr) throw ConvoraError("cannot make a temporary file (" + SystemReason() + ")");
+}
+
+ScratchFile::~ScratchFile() {
+  if (file_ != nullptr) std::fclose(file_);
+}
+
+void ScratchFile::WriteAt(std::int64_t offset, std::span<const std::uint8_t> bytes) {
+  const std::lock_guard<std::mutex> turn(*turns_);
+  if (_fseeki64(file_, offset, SEEK_SET) != 0 ||
+      std::fwrite(bytes.data(), 1, bytes.size(), file_) != bytes.size()) {
+    throw ConvoraError("cannot write a temporary file (" + SystemReason() + ")");
+  }
+}
+
+void ScratchFile::ReadAt(std::int64_t offset, std::span<std::uint8_t> out) {
+  const std::lock_guard<std::mutex> turn(*turns_);
+  if (_fseeki64(file_, offset, SEEK_SET) != 0 ||
+      std::fread(out.data(), 1, out.size(), file_) != out.size()) {
+    throw ConvoraError("a temporary file ended before its values");
+  }
+}
+#else
 ScratchFile::ScratchFile(const std::filesystem::path& folder) {
 #if defined(__linux__)
   const std::filesystem::path where = folder.empty() ? std::filesystem::path(".") : folder;
@@ -201,6 +228,7 @@ void ScratchFile::ReadAt(std::int64_t offset, std::span<std::uint8_t> out) {
     done += static_cast<std::size_t>(got);
   }
 }
+#endif
 
 OutputFile OpenOutputFor(const std::filesystem::path& source, const std::filesystem::path& output) {
   std::error_code ec;

@@ -2,8 +2,10 @@
 // Positioned, 64-bit binary file access for sources and outputs.
 
 #include <cstdint>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <mutex>
 #include <span>
 #include <utility>
@@ -75,9 +77,9 @@ class ScratchFile {
   // Made in `folder` (on Linux), else in the system's temporary folder.
   explicit ScratchFile(const std::filesystem::path& folder);
   ~ScratchFile();
-  ScratchFile(ScratchFile&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
+  ScratchFile(ScratchFile&& other) noexcept { Swap(other); }
   ScratchFile& operator=(ScratchFile&& other) noexcept {
-    std::swap(descriptor_, other.descriptor_);
+    Swap(other);
     return *this;
   }
 
@@ -86,7 +88,17 @@ class ScratchFile {
   void ReadAt(std::int64_t offset, std::span<std::uint8_t> out);
 
  private:
+#if defined(_WIN32)
+  void Swap(ScratchFile& other) noexcept {
+    std::swap(file_, other.file_);
+    std::swap(turns_, other.turns_);
+  }
+  std::FILE* file_ = nullptr;
+  std::unique_ptr<std::mutex> turns_ = std::make_unique<std::mutex>();  // one seek and transfer at a time
+#else
+  void Swap(ScratchFile& other) noexcept { std::swap(descriptor_, other.descriptor_); }
   int descriptor_ = -1;
+#endif
 };
 
 // Opens `output` for a conversion of `source`; refuses when the two name one
