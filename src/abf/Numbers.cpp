@@ -1,6 +1,5 @@
 #include "abf/Numbers.h"
 
-#include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -65,19 +64,11 @@ inline ScannedNumber ScanNumber(std::string_view text) {
   }
   ScannedNumber scanned{static_cast<std::size_t>(numberEnd - begin)};
   if (digits > 19 || mantissa > (std::uint64_t{1} << 53)) return scanned;
-  double value = static_cast<double>(mantissa);
-  if (mantissa != 0) {
-    if (exponent < -kLargestExactPowerOfTen || exponent > kLargestExactPowerOfTen) return scanned;
-    // One of the two powers is 1, whose product or quotient is exact, so the
-    // value is rounded once, whichever way the exponent points.
-    const std::int64_t down = exponent < 0 ? -exponent : 0;
-    value = value / kExactPowersOfTen[down] * kExactPowersOfTen[exponent + down];
-  }
+  const bool beyondExactPowers =
+      exponent < -kLargestExactPowerOfTen || exponent > kLargestExactPowerOfTen;
+  if (mantissa != 0 && beyondExactPowers) return scanned;
   scanned.exact = true;
-  // Signs change from value to value in a recording; put them on without a
-  // branch, whose mispredictions would cost more than the rest of the scan.
-  scanned.value = std::bit_cast<double>(std::bit_cast<std::uint64_t>(value) |
-                                        (std::uint64_t{negative} << 63));
+  scanned.value = ExactDecimal(mantissa, beyondExactPowers ? 0 : static_cast<int>(exponent), negative);
   return scanned;
 }
 

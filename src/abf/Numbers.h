@@ -3,6 +3,7 @@
 // Every narrowing rounds halves to the even neighbour and reports, instead of
 // wrapping, a value that does not fit.
 
+#include <bit>
 #include <cstdint>
 #include <limits>
 #include <optional>
@@ -11,14 +12,26 @@
 
 namespace convora {
 
-// The powers of ten a double holds exactly. A decimal number whose digits
-// make an integer of at most 2^53 and whose power of ten lies within
-// +-kLargestExactPowerOfTen is one correctly rounded quotient or product of
-// two of these (the integer and a power) away from its digits.
+// The powers of ten a double holds exactly.
 inline constexpr double kExactPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                                1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
                                                1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
 inline constexpr int kLargestExactPowerOfTen = 22;
+
+// (-1 when `negative`) x mantissa x 10^exponent, correctly rounded, as
+// from_chars gives it, for a mantissa of at most 2^53 and an exponent within
+// +-kLargestExactPowerOfTen: both operands are then exact doubles, and of the
+// quotient and product taken one is by 1, so the value is rounded once. Text
+// readers call it once per sample. The sign goes on without a branch: signs
+// change from value to value in a recording, and the mispredicted branch would
+// cost more than the rest of the reading.
+inline double ExactDecimal(std::uint64_t mantissa, int exponent, bool negative) {
+  const int down = exponent < 0 ? -exponent : 0;
+  const double value =
+      static_cast<double>(mantissa) / kExactPowersOfTen[down] * kExactPowersOfTen[exponent + down];
+  return std::bit_cast<double>(std::bit_cast<std::uint64_t>(value) |
+                               (std::uint64_t{negative} << 63));
+}
 
 // The leading number of a text ("12.5 ms" gives 12.5, "abc" gives 0): blanks
 // and tabs before it are skipped; a sign, digits, a decimal point and an

@@ -1,8 +1,5 @@
 #include "formats/PieceNumberReader.h"
 
-#include <algorithm>
-#include <bit>
-#include <cstring>
 
 #include "abf/Numbers.h"
 
@@ -27,10 +24,9 @@ bool IsExponentLetter(char c) { return c == 'e' || c == 'E' || c == 'd' || c == 
 }  // namespace
 
 #if CONVORA_PIECE_VECTORS
-PieceNumberReader::PieceNumberReader()
-    : vectorReady_(__builtin_cpu_supports("ssse3")), wideDivisions_(__builtin_cpu_supports("avx")) {}
+PieceNumberReader::PieceNumberReader() : vectorReady_(__builtin_cpu_supports("ssse3")) {}
 #else
-PieceNumberReader::PieceNumberReader() : vectorReady_(false), wideDivisions_(false) {}
+PieceNumberReader::PieceNumberReader() : vectorReady_(false) {}
 #endif
 
 bool PieceNumberReader::Learn(const char* text, std::uint32_t key, Layout& layout) {
@@ -89,13 +85,12 @@ bool PieceNumberReader::Learn(const char* text, std::uint32_t key, Layout& layou
 #if CONVORA_PIECE_VECTORS
 __attribute__((target("ssse3"), always_inline))
 #endif
-inline PieceNumberReader::Quotient PieceNumberReader::ReadOne(std::string_view text,
-                                                              std::uint32_t at,
-                                                              std::size_t longest) {
+inline double PieceNumberReader::ReadOne(std::string_view text, std::uint32_t at,
+                                         std::size_t longest) {
 #if CONVORA_PIECE_VECTORS
-  {
+  if (vectorReady_) {
     const char* const start = text.data() + at;
-    const std::uint64_t negative = start[0] == '-';
+    const bool negative = start[0] == '-';
     const char* const number = start + negative;
     const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(number));
     const __m128i digits = _mm_sub_epi8(bytes, _mm_set1_epi8('0'));
@@ -124,93 +119,25 @@ inline PieceNumberReader::Quotient PieceNumberReader::ReadOne(std::string_view t
       const auto low = static_cast<std::uint64_t>(_mm_cvtsi128_si64(fours));
       const auto high = static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(fours, fours)));
       const auto exponentDigits = static_cast<int>(static_cast<std::uint32_t>(low));
+      // At most 12 digits, far below 2^53.
       const std::uint64_t mantissa =
           (low >> 32) * 100'000'000 + static_cast<std::uint32_t>(high) * 10'000 + (high >> 32);
       const int exponent = layout.exponentSign * exponentDigits - layout.fractionDigits;
       if (exponent >= -kLargestExactPowerOfTen && exponent <= kLargestExactPowerOfTen) {
-        // At most 12 digits: the mantissa is exact as a double, and so is every
-        // power up to 10^22, so one of the two operations rounds and the other,
-        // by 1, does not; as in LeadingNumber. The sign goes on first, which
-        // rounding to nearest does not notice.
-        const int down = exponent < 0 ? -exponent : 0;
-        const double signedMantissa = std::bit_cast<double>(
-            std::bit_cast<std::uint64_t>(static_cast<double>(mantissa)) | (negative << 63));
-        return {signedMantissa, kExactPowersOfTen[down], kExactPowersOfTen[exponent + down]};
+        return ExactDecimal(mantissa, exponent, negative);
       }
     }
   }
 #endif
-  return {LeadingNumber(text.substr(at, longest)), 1.0, 1.0};
+  return LeadingNumber(text.substr(at, longest));
 }
 
 #if CONVORA_PIECE_VECTORS
 __attribute__((target("ssse3")))
 #endif
-void PieceNumberReader::Split(std::string_view text, std::span<const std::uint32_t> starts,
-                              std::size_t longest, std::span<double> dividends) {
-  double* const divisors = divisors_.data();
-  double* const multipliers = multipliers_.data();
-  if (!vectorReady_) {
-    for (std::size_t i = 0; i < starts.size(); ++i) {
-      dividends[i] = LeadingNumber(text.substr(starts[i], longest));
-      divisors[i] = multipliers[i] = 1.0;
-    }
-    return;
-  }
-  for (std::size_t i = 0; i < starts.size(); ++i) {
-    const Quotient q = ReadOne(text, starts[i], longest);
-    dividends[i] = q.dividend;
-    divisors[i] = q.divisor;
-    multipliers[i] = q.multiplier;
-  }
-}
-
-// The quotients and products are taken apart from the reading, a vector of
-// them at a time: one at a time, the divisions bound the whole reading.
-template <typename Lanes>
-[[gnu::always_inline]] inline void DivideAndMultiply(std::span<double> values,
-                                                     const double* divisors,
-                                                     const double* multipliers) {
-  constexpr std::size_t kLanes = sizeof(Lanes) / sizeof(double);
-  std::size_t i = 0;
-  for (; i + kLanes <= values.size(); i += kLanes) {
-    Lanes v, d, m;
-    std::memcpy(&v, values.data() + i, sizeof v);
-    std::memcpy(&d, divisors + i, sizeof d);
-    std::memcpy(&m, multipliers + i, sizeof m);
-    v = v / d * m;
-    std::memcpy(values.data() + i, &v, sizeof v);
-  }
-  for (; i < values.size(); ++i) values[i] = values[i] / divisors[i] * multipliers[i];
-}
-
-#if CONVORA_PIECE_VECTORS
-__attribute__((target("avx"))) void DivideAndMultiplyAvx(std::span<double> values,
-                                                         const double* divisors,
-                                                         const double* multipliers) {
-  using Lanes __attribute__((vector_size(32))) = double;
-  DivideAndMultiply<Lanes>(values, divisors, multipliers);
-}
-#endif
-
 void PieceNumberReader::Read(std::string_view text, std::span<const std::uint32_t> starts,
                              std::size_t longest, std::span<double> numbers) {
-  divisors_.resize(std::max(divisors_.size(), starts.size()));
-  multipliers_.resize(divisors_.size());
-  Split(text, starts, longest, numbers);
-  const std::span<double> values = numbers.first(starts.size());
-#if CONVORA_PIECE_VECTORS
-  if (wideDivisions_) {
-    DivideAndMultiplyAvx(values, divisors_.data(), multipliers_.data());
-    return;
-  }
-#endif
-#if defined(__GNUC__)
-  using Lanes __attribute__((vector_size(16))) = double;
-#else
-  using Lanes = double;
-#endif
-  DivideAndMultiply<Lanes>(values, divisors_.data(), multipliers_.data());
+  for (std::size_t i = 0; i < starts.size(); ++i) numbers[i] = ReadOne(text, starts[i], longest);
 }
 
 }  // namespace convora

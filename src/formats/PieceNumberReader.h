@@ -9,16 +9,15 @@
 // keeps the layouts it has met. A number whose first 16 characters match one
 // is read in a few vector instructions: the digits are gathered into place by
 // one byte shuffle and summed by two multiply-adds, and the value is the one
-// correctly rounded quotient or product that LeadingNumber also takes for such
-// short numbers. Anything else (blanks, a '+', long or unusual numbers, a
-// line without its carriage return) goes to LeadingNumber itself.
+// correctly rounded quotient or product that LeadingNumber also takes for
+// such short numbers (ExactDecimal). Anything else (blanks, a '+', long or
+// unusual numbers, a line without its carriage return) goes to LeadingNumber.
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string_view>
-#include <vector>
 
 namespace convora {
 
@@ -48,26 +47,12 @@ class PieceNumberReader {
     int fractionDigits = 0;
   };
 
-  // A number as dividend / divisor x multiplier, each operand exact, so
-  // that the one rounding gives its value.
-  struct Quotient {
-    double dividend;
-    double divisor;
-    double multiplier;
-  };
-
   static bool Learn(const char* unsignedText, std::uint32_t key, Layout& layout);
-  // The number at text.substr(at, longest), through a layout.
-  Quotient ReadOne(std::string_view text, std::uint32_t at, std::size_t longest);
-  // dividends[i], divisors_[i] and multipliers_[i] of the number at starts[i].
-  void Split(std::string_view text, std::span<const std::uint32_t> starts, std::size_t longest,
-             std::span<double> dividends);
+  // The number at text.substr(at, longest), through a layout when one fits.
+  double ReadOne(std::string_view text, std::uint32_t at, std::size_t longest);
 
   std::array<Layout, 64> layouts_;
-  std::vector<double> divisors_;
-  std::vector<double> multipliers_;
   bool vectorReady_;
-  bool wideDivisions_;
 };
 
 }  // namespace convora
