@@ -1,6 +1,5 @@
 #include "formats/PieceNumberReader.h"
 
-
 #include "abf/Numbers.h"
 
 #if defined(__GNUC__) && defined(__x86_64__)
@@ -18,13 +17,30 @@ constexpr int kExponentLanes = 4;
 constexpr int kMantissaLanes = 12;
 constexpr std::uint8_t kZeroLane = 0x80;  // a shuffle index that yields 0
 
+// Keeps a gathered exponent (at most four digits, less the fraction's
+// digits) within lane 0's low 16 bits and above 0, which is left for numbers
+// no layout read; the number's sign goes in the bit above.
+constexpr std::int32_t kExponentOffset = 1 << 15;
+constexpr std::int32_t kNegative = 1 << 16;
+
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 bool IsExponentLetter(char c) { return c == 'e' || c == 'E' || c == 'd' || c == 'D'; }
+
+void ReadEachAlone(std::string_view text, std::span<const std::uint32_t> starts, std::size_t longest,
+                   std::span<double> numbers) {
+  for (std::size_t i = 0; i < starts.size(); ++i) numbers[i] = LeadingNumber(text.substr(starts[i], longest));
+}
+
+#if CONVORA_PIECE_VECTORS
+// The exponent and sign coded in a gathered lane 0.
+int ExponentOf(std::int32_t lane) { return (lane & 0xFFFF) - kExponentOffset; }
+bool NegativeOf(std::int32_t lane) { return (lane & kNegative) != 0; }
+#endif
 
 }  // namespace
 
 #if CONVORA_PIECE_VECTORS
-PieceNumberReader::PieceNumberReader() : vectorReady_(__builtin_cpu_supports("ssse3")) {}
+PieceNumberReader::PieceNumberReader() : vectorReady_(__builtin_cpu_supports("avx2")) {}
 #else
 PieceNumberReader::PieceNumberReader() : vectorReady_(false) {}
 #endif
@@ -33,7 +49,6 @@ bool PieceNumberReader::Learn(const char* text, std::uint32_t key, Layout& layou
   Layout learnt;
   learnt.key = key;
   learnt.gather.fill(kZeroLane);
-  int i = 0;
   const auto digitsFrom = [&](int from) {
     int end = from;
     while (end < 16 && IsDigit(text[end])) ++end;
@@ -43,8 +58,11 @@ bool PieceNumberReader::Learn(const char* text, std::uint32_t key, Layout& layou
     learnt.care[at] = 0xFF;
     learnt.pattern[at] = static_cast<std::uint8_t>(text[at]);
   };
-  const int integerDigits = digitsFrom(0);
-  i = integerDigits;
+  const bool negative = text[0] == '-';
+  if (negative) mustMatch(0);
+  const int integerStart = negative ? 1 : 0;
+  const int integerDigits = digitsFrom(integerStart);
+  int i = integerStart + integerDigits;
   int fractionStart = i;
   int fractionDigits = 0;
   if (i < 16 && text[i] == '.') {
@@ -56,9 +74,10 @@ bool PieceNumberReader::Learn(const char* text, std::uint32_t key, Layout& layou
   const int mantissaDigits = integerDigits + fractionDigits;
   if (mantissaDigits == 0 || mantissaDigits > kMantissaLanes) return false;
   for (int d = 0; d < mantissaDigits; ++d) {
-    const int from = d < integerDigits ? d : fractionStart + (d - integerDigits);
+    const int from = d < integerDigits ? integerStart + d : fractionStart + (d - integerDigits);
     learnt.gather[16 - mantissaDigits + d] = static_cast<std::uint8_t>(from);
   }
+  int exponentSign = 1;
   if (i < 16 && IsExponentLetter(text[i])) {
     int digitsAt = i + 1;
     const bool signed_ = digitsAt < 16 && (text[digitsAt] == '-' || text[digitsAt] == '+');
@@ -70,74 +89,143 @@ bool PieceNumberReader::Learn(const char* text, std::uint32_t key, Layout& layou
     if (exponentDigits > kExponentLanes) return false;
     mustMatch(i);
     if (signed_) mustMatch(i + 1);
-    learnt.exponentSign = signed_ && text[i + 1] == '-' ? -1 : 1;
+    exponentSign = signed_ && text[i + 1] == '-' ? -1 : 1;
     for (int d = 0; d < exponentDigits; ++d) {
       learnt.gather[kExponentLanes - exponentDigits + d] = static_cast<std::uint8_t>(digitsAt + d);
     }
     i = digitsAt + exponentDigits;
   }
   if (i >= 16 || text[i] != '\r') return false;
-  learnt.fractionDigits = fractionDigits;
+  // The return is matched too: a text with a digit there has the same key.
+  mustMatch(i);
+  for (int lane = 0; lane < 16; lane += 2) {
+    const int sign = lane < kExponentLanes ? exponentSign : 1;
+    learnt.weights[lane] = static_cast<std::int8_t>(10 * sign);
+    learnt.weights[lane + 1] = static_cast<std::int8_t>(sign);
+  }
+  learnt.offsets[0] = kExponentOffset - fractionDigits + (negative ? kNegative : 0);
   layout = learnt;
   return true;
 }
 
 #if CONVORA_PIECE_VECTORS
-__attribute__((target("ssse3"), always_inline))
-#endif
-inline double PieceNumberReader::ReadOne(std::string_view text, std::uint32_t at,
-                                         std::size_t longest) {
-#if CONVORA_PIECE_VECTORS
-  if (vectorReady_) {
-    const char* const start = text.data() + at;
-    const bool negative = start[0] == '-';
-    const char* const number = start + negative;
-    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(number));
-    const __m128i digits = _mm_sub_epi8(bytes, _mm_set1_epi8('0'));
-    const __m128i isDigit = _mm_cmpeq_epi8(_mm_min_epu8(digits, _mm_set1_epi8(9)), digits);
-    const auto digitBits = static_cast<std::uint32_t>(_mm_movemask_epi8(isDigit));
-    const auto returns =
-        static_cast<std::uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('\r'))));
-    const std::uint32_t firstReturn = returns & (0u - returns);
-    // The digits before the first carriage return, and where it lies. A line
-    // without one in view gets a key no layout has (no return bit above the
-    // digits), so it is never read by a layout.
-    const std::uint32_t key = (digitBits & (firstReturn - 1)) | (firstReturn << 16);
-    Layout& layout = layouts_[(key * 0x9E3779B1u) >> 26];
-    const auto matches = [&] {
-      const __m128i care = _mm_load_si128(reinterpret_cast<const __m128i*>(layout.care.data()));
-      const __m128i pattern = _mm_load_si128(reinterpret_cast<const __m128i*>(layout.pattern.data()));
-      return _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_and_si128(bytes, care), pattern)) == 0xFFFF;
-    };
-    if ((layout.key == key && matches()) || (firstReturn != 0 && Learn(number, key, layout))) {
-      const __m128i gather = _mm_load_si128(reinterpret_cast<const __m128i*>(layout.gather.data()));
-      const __m128i placed = _mm_shuffle_epi8(digits, gather);
-      // Pairs of digits, then groups of four: lane 0 the exponent, lanes 1-3
-      // the mantissa's three groups of four digits.
-      const __m128i pairs = _mm_maddubs_epi16(placed, _mm_set1_epi16(0x010A));
-      const __m128i fours = _mm_madd_epi16(pairs, _mm_set1_epi32(0x00010064));
-      const auto low = static_cast<std::uint64_t>(_mm_cvtsi128_si64(fours));
-      const auto high = static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(fours, fours)));
-      const auto exponentDigits = static_cast<int>(static_cast<std::uint32_t>(low));
-      // At most 12 digits, far below 2^53.
-      const std::uint64_t mantissa =
-          (low >> 32) * 100'000'000 + static_cast<std::uint32_t>(high) * 10'000 + (high >> 32);
-      const int exponent = layout.exponentSign * exponentDigits - layout.fractionDigits;
-      if (exponent >= -kLargestExactPowerOfTen && exponent <= kLargestExactPowerOfTen) {
-        return ExactDecimal(mantissa, exponent, negative);
+
+__attribute__((target("avx2"), always_inline)) inline PieceNumberReader::Gathered
+PieceNumberReader::GatherOne(const char* start) {
+  const auto load = [](const auto& lanes) {
+    return _mm_load_si128(reinterpret_cast<const __m128i*>(lanes.data()));
+  };
+  const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(start));
+  const __m128i digits = _mm_sub_epi8(bytes, _mm_set1_epi8('0'));
+  const __m128i isDigit = _mm_cmpeq_epi8(_mm_min_epu8(digits, _mm_set1_epi8(9)), digits);
+  const auto digitBits = static_cast<std::uint32_t>(_mm_movemask_epi8(isDigit));
+  const auto returns =
+      static_cast<std::uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('\r'))));
+  // The digits and the return up to the first return. Without a return in
+  // view that is every digit; the layout with that key, if any, has its
+  // return where this text has a digit, so the match below fails.
+  const std::uint32_t key = (digitBits | returns) & (returns ^ (returns - 1));
+  Layout& layout = layouts_[(key * 0x9E3779B1u) >> 26];
+  const bool fits =
+      layout.key == key &&
+      _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_and_si128(bytes, load(layout.care)), load(layout.pattern))) == 0xFFFF;
+  Gathered gathered{};
+  if (fits || Learn(start, key, layout)) {
+    const __m128i placed = _mm_shuffle_epi8(digits, load(layout.gather));
+    // Pairs of digits, then groups of four: lane 0 the exponent, lanes 1-3
+    // the mantissa's three groups of four digits.
+    const __m128i pairs = _mm_maddubs_epi16(placed, load(layout.weights));
+    const __m128i fours = _mm_madd_epi16(pairs, _mm_set1_epi32(0x00010064));
+    _mm_store_si128(reinterpret_cast<__m128i*>(gathered.lanes.data()),
+                    _mm_add_epi32(fours, load(layout.offsets)));
+  }
+  return gathered;
+}
+
+__attribute__((target("avx2"))) void PieceNumberReader::GatherAll(
+    std::string_view text, std::span<const std::uint32_t> starts) {
+  Gathered* const gathered = gathered_.data();
+  const char* const base = text.data();
+  for (std::size_t i = 0; i < starts.size(); ++i) gathered[i] = GatherOne(base + starts[i]);
+}
+
+// ExactDecimal four numbers at a time; numbers no layout read, or whose
+// exponent is beyond the exact powers of ten, go to LeadingNumber.
+__attribute__((target("avx2"))) void PieceNumberReader::ValuesOfGathered(
+    std::string_view text, std::span<const std::uint32_t> starts, std::size_t longest,
+    std::span<double> numbers) const {
+  const auto one = [&](std::size_t i) {
+    const auto& lanes = gathered_[i].lanes;
+    const int exponent = ExponentOf(lanes[0]);
+    if (exponent < -kLargestExactPowerOfTen || exponent > kLargestExactPowerOfTen) {
+      return LeadingNumber(text.substr(starts[i], longest));
+    }
+    // At most 12 digits, far below 2^53.
+    const auto mantissa = static_cast<std::uint64_t>(lanes[1]) * 100'000'000 +
+                          static_cast<std::uint64_t>(lanes[2]) * 10'000 + static_cast<std::uint64_t>(lanes[3]);
+    return ExactDecimal(mantissa, exponent, NegativeOf(lanes[0]));
+  };
+  const auto load = [&](std::size_t i) {
+    return _mm_load_si128(reinterpret_cast<const __m128i*>(gathered_[i].lanes.data()));
+  };
+  std::size_t i = 0;
+  for (; i + 4 <= starts.size(); i += 4) {
+    // Lane k of each: the four numbers' lane k.
+    const __m128i a = _mm_unpacklo_epi32(load(i), load(i + 1));
+    const __m128i b = _mm_unpacklo_epi32(load(i + 2), load(i + 3));
+    const __m128i c = _mm_unpackhi_epi32(load(i), load(i + 1));
+    const __m128i d = _mm_unpackhi_epi32(load(i + 2), load(i + 3));
+    const __m128i coded = _mm_unpacklo_epi64(a, b);
+    // Exact: every product and sum is an integer below 10^12.
+    const __m256d mantissa = _mm256_add_pd(
+        _mm256_add_pd(_mm256_mul_pd(_mm256_cvtepi32_pd(_mm_unpackhi_epi64(a, b)), _mm256_set1_pd(1e8)),
+                      _mm256_mul_pd(_mm256_cvtepi32_pd(_mm_unpacklo_epi64(c, d)), _mm256_set1_pd(1e4))),
+        _mm256_cvtepi32_pd(_mm_unpackhi_epi64(c, d)));
+    const __m128i exponent =
+        _mm_sub_epi32(_mm_and_si128(coded, _mm_set1_epi32(0xFFFF)), _mm_set1_epi32(kExponentOffset));
+    const __m128i magnitude = _mm_abs_epi32(exponent);
+    const int beyond = _mm_movemask_ps(
+        _mm_castsi128_ps(_mm_cmpgt_epi32(magnitude, _mm_set1_epi32(kLargestExactPowerOfTen))));
+    // The masked form, every lane taken: GCC's unmasked one reads an
+    // uninitialised register as its source.
+    const __m256d power = _mm256_mask_i32gather_pd(
+        _mm256_setzero_pd(), kExactPowersOfTen,
+        _mm_min_epu32(magnitude, _mm_set1_epi32(kLargestExactPowerOfTen)),
+        _mm256_castsi256_pd(_mm256_set1_epi64x(-1)), 8);
+    // As ExactDecimal: divided by 10^-exponent, or multiplied by 10^exponent.
+    const __m256d down = _mm256_castsi256_pd(_mm256_cvtepi32_epi64(exponent));
+    const __m256d value =
+        _mm256_blendv_pd(_mm256_mul_pd(mantissa, power), _mm256_div_pd(mantissa, power), down);
+    const __m256i sign = _mm256_and_si256(_mm256_slli_epi64(_mm256_cvtepu32_epi64(coded), 63 - 16),
+                                          _mm256_set1_epi64x(std::int64_t{1} << 63));
+    _mm256_storeu_pd(numbers.data() + i, _mm256_or_pd(value, _mm256_castsi256_pd(sign)));
+    if (beyond != 0) {
+      for (std::size_t k = 0; k < 4; ++k) {
+        if ((beyond >> k & 1) != 0) numbers[i + k] = one(i + k);
       }
     }
   }
-#endif
-  return LeadingNumber(text.substr(at, longest));
+  for (; i < starts.size(); ++i) numbers[i] = one(i);
 }
 
-#if CONVORA_PIECE_VECTORS
-__attribute__((target("ssse3")))
-#endif
 void PieceNumberReader::Read(std::string_view text, std::span<const std::uint32_t> starts,
                              std::size_t longest, std::span<double> numbers) {
-  for (std::size_t i = 0; i < starts.size(); ++i) numbers[i] = ReadOne(text, starts[i], longest);
+  if (!vectorReady_) {
+    ReadEachAlone(text, starts, longest, numbers);
+    return;
+  }
+  if (gathered_.size() < starts.size()) gathered_.resize(starts.size());
+  GatherAll(text, starts);
+  ValuesOfGathered(text, starts, longest, numbers);
 }
+
+#else
+
+void PieceNumberReader::Read(std::string_view text, std::span<const std::uint32_t> starts,
+                             std::size_t longest, std::span<double> numbers) {
+  ReadEachAlone(text, starts, longest, numbers);
+}
+
+#endif
 
 }  // namespace convora

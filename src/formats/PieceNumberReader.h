@@ -4,54 +4,70 @@
 // such waves hold.
 //
 // A wave's values are written by one program in one format, so their texts
-// fall into a few layouts: where the digits, the point, the exponent letter
-// and its sign lie before the carriage return that ends the line. The reader
-// keeps the layouts it has met. A number whose first 16 characters match one
-// is read in a few vector instructions: the digits are gathered into place by
-// one byte shuffle and summed by two multiply-adds, and the value is the one
-// correctly rounded quotient or product that LeadingNumber also takes for
-// such short numbers (ExactDecimal). Anything else (blanks, a '+', long or
-// unusual numbers, a line without its carriage return) goes to LeadingNumber.
+// fall into a few layouts: where the sign, the digits, the point, the
+// exponent letter and its sign lie before the carriage return that ends the
+// line. The reader keeps the layouts it has met. Numbers are read a block at
+// a time, in two steps that each keep the processor busy with many numbers at
+// once:
+//  1. each number's first 16 characters are matched with a layout, whose
+//     byte shuffle and multiply-adds turn its digits into an exponent and
+//     three groups of four mantissa digits;
+//  2. four numbers at a time become doubles: the one correctly rounded
+//     quotient or product that LeadingNumber also takes for such short
+//     numbers (ExactDecimal).
+// Anything else (blanks, a '+', long or unusual numbers, a line without its
+// carriage return) goes to LeadingNumber.
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string_view>
+#include <vector>
 
 namespace convora {
 
 class PieceNumberReader {
  public:
   // Bytes past a piece's start that Read may load, whatever the piece holds.
-  static constexpr std::size_t kReadAhead = 17;
+  static constexpr std::size_t kReadAhead = 16;
 
   PieceNumberReader();
 
   // numbers[i] = the leading number of text.substr(starts[i], longest), for
   // every start; kReadAhead bytes from each start must be readable, even
-  // past the end of `text`. Many at one call, so that the processor can work
-  // on several at once.
+  // past the end of `text`.
   void Read(std::string_view text, std::span<const std::uint32_t> starts, std::size_t longest,
             std::span<double> numbers);
 
  private:
-  // One layout: which bytes are digits and what each other byte before the
-  // carriage return is; how its digits are gathered; how its exponent counts.
-  struct Layout {
-    std::uint32_t key = ~std::uint32_t{0};  // no number's key: see Read
+  // One layout: which bytes are digits and what each other byte up to the
+  // carriage return is; how its digits are gathered and weighed. 128 bytes,
+  // so that a slot is found with one shift.
+  struct alignas(128) Layout {
     alignas(16) std::array<std::uint8_t, 16> care{};     // 0xFF where a non-digit must match
     alignas(16) std::array<std::uint8_t, 16> pattern{};  // those bytes
     alignas(16) std::array<std::uint8_t, 16> gather{};   // byte shuffle: exponent, then mantissa
-    int exponentSign = 1;
-    int fractionDigits = 0;
+    alignas(16) std::array<std::int8_t, 16> weights{};   // of each gathered digit in its pair
+    alignas(16) std::array<std::int32_t, 4> offsets{};   // added to the four sums
+    std::uint32_t key = ~std::uint32_t{0};  // no number's key: see GatherOne
   };
 
-  static bool Learn(const char* unsignedText, std::uint32_t key, Layout& layout);
-  // The number at text.substr(at, longest), through a layout when one fits.
-  double ReadOne(std::string_view text, std::uint32_t at, std::size_t longest);
+  // A number as its layout leaves it: lane 0 its exponent plus
+  // kExponentOffset, with 1 << 16 added when the number is negative (0 when
+  // no layout read it); lanes 1-3 the mantissa's groups of four digits.
+  struct alignas(16) Gathered {
+    std::array<std::int32_t, 4> lanes;
+  };
+
+  static bool Learn(const char* text, std::uint32_t key, Layout& layout);
+  Gathered GatherOne(const char* start);
+  void GatherAll(std::string_view text, std::span<const std::uint32_t> starts);
+  void ValuesOfGathered(std::string_view text, std::span<const std::uint32_t> starts,
+                        std::size_t longest, std::span<double> numbers) const;
 
   std::array<Layout, 64> layouts_;
+  std::vector<Gathered> gathered_;
   bool vectorReady_;
 };
 

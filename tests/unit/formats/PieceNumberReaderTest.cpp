@@ -94,7 +94,9 @@ TEST(PieceNumberReader, TellsApartTextsWithTheSameDigitPlaces) {
   for (const char* piece : {"1.5e-11\r", "1,5e-11\r", "1.5e+11\r", "1.5x-11\r", "1.5E-11\r",
                             "1.5d-11\r", "1.5e-11\r", "1.5e-1\r1", "1.5e-11 \r", "-2e-11\r",
                             "1e-11\r", "2e-11\r", "-0\r", "0\r", "-0.0e-30\r", "5e-12\rabc",
-                            "123456789012.5\r", "1e22\r", "1e23\r", "9e-22\r", "9e-23\r"}) {
+                            "123456789012.5\r", "1e22\r", "1e23\r", "9e-22\r", "9e-23\r",
+                            // Digits where the learnt line has its return, and no return in view.
+                            "1.5\r", "1.55 pA, no return"}) {
     pieces.Add(piece);
   }
   ExpectReadAsLeadingNumber(pieces);
