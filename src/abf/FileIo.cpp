@@ -206,7 +206,27 @@ ScratchFile::~ScratchFile() {
   if (descriptor_ >= 0) ::close(descriptor_);
 }
 
+// Blocks are taken 16 MiB at a time: the file system then does its
+// bookkeeping once per step instead of on every write, which otherwise takes
+// a third of the writing's time. A file system that cannot take them ahead
+// is left to take them as it writes.
+void ScratchFile::Reserve(std::int64_t end) {
+#if defined(__linux__)
+  constexpr std::int64_t kStep = std::int64_t{16} << 20;
+  if (!reserving_ || end <= reserved_) return;
+  const std::int64_t to = std::max(end, reserved_ + kStep);
+  if (::fallocate(descriptor_, FALLOC_FL_KEEP_SIZE, reserved_, to - reserved_) == 0) {
+    reserved_ = to;
+  } else {
+    reserving_ = false;
+  }
+#else
+  (void)end;
+#endif
+}
+
 void ScratchFile::WriteAt(std::int64_t offset, std::span<const std::uint8_t> bytes) {
+  Reserve(offset + static_cast<std::int64_t>(bytes.size()));
   std::size_t done = 0;
   while (done < bytes.size()) {
     const ssize_t written = ::pwrite(descriptor_, bytes.data() + done, bytes.size() - done,

@@ -96,8 +96,16 @@ class ScratchFile {
   std::FILE* file_ = nullptr;
   std::unique_ptr<std::mutex> turns_ = std::make_unique<std::mutex>();  // one seek and transfer at a time
 #else
-  void Swap(ScratchFile& other) noexcept { std::swap(descriptor_, other.descriptor_); }
+  void Swap(ScratchFile& other) noexcept {
+    std::swap(descriptor_, other.descriptor_);
+    std::swap(reserved_, other.reserved_);
+    std::swap(reserving_, other.reserving_);
+  }
+  // Takes the file's blocks ahead of the writes that need them.
+  void Reserve(std::int64_t end);
   int descriptor_ = -1;
+  std::int64_t reserved_ = 0;  // bytes whose blocks are taken
+  bool reserving_ = true;      // false once the file system has refused
 #endif
 };
 
