@@ -30,9 +30,9 @@ namespace {
 
 // Below this a share is not worth a thread of its own.
 constexpr std::int64_t kSmallestShareBytes = 1 << 20;
-// Values kept per write to the scratch file: 256 KiB, few enough writes that
-// their calls cost little, small enough to stay in the cache with the text.
-constexpr std::size_t kKeptPerWrite = 1 << 15;
+// Values read back from the scratch file at a time: 256 KiB, few enough reads
+// that their calls cost little, small enough to stay in the cache.
+constexpr std::size_t kValuesPerReadBack = 1 << 15;
 
 std::span<const std::uint8_t> BytesOf(std::span<const double> values) {
   return {reinterpret_cast<const std::uint8_t*>(values.data()), values.size_bytes()};
@@ -50,14 +50,6 @@ ShareSummary ReadShare(const SourceFile& text, Stretch share, const std::filesys
   SourceFile source = text.Reopened();  // a stream of its own: shares are read at once
   ShareSummary summary;
   ScratchFile& kept = summary.kept.emplace(folder);
-  std::vector<double> waiting;
-  waiting.reserve(kKeptPerWrite);
-  std::int64_t keptAt = 0;
-  const auto keep = [&] {
-    kept.WriteAt(keptAt, BytesOf(waiting));
-    keptAt += static_cast<std::int64_t>(waiting.size() * sizeof(double));
-    waiting.clear();
-  };
   std::int64_t before = 0;  // pieces of the share before this block
   ForEachPieceNumber(source, share, [&](std::span<const double> numbers) {
     Extremes stored(numbers.front());
@@ -76,11 +68,9 @@ ShareSummary ReadShare(const SourceFile& text, Stretch share, const std::filesys
     } else {
       summary.extremes = picoamperes;
     }
+    kept.WriteAt(before * std::int64_t{sizeof(double)}, BytesOf(numbers));
     before += static_cast<std::int64_t>(numbers.size());
-    if (waiting.size() + numbers.size() > kKeptPerWrite) keep();
-    waiting.insert(waiting.end(), numbers.begin(), numbers.end());
   });
-  keep();
   summary.pieces = before;
   return summary;
 }
@@ -112,7 +102,7 @@ std::pair<std::int64_t, std::optional<Extremes>> Summarise(
 void WriteShare(ScratchFile& kept, std::int64_t pieces, const CountScaler& toCount,
                 DataSectionWriter out) {
   BatchedSamples batch(out);
-  std::vector<double> values(kKeptPerWrite);
+  std::vector<double> values(kValuesPerReadBack);
   std::size_t misfits = 0;
   for (std::int64_t done = 0; done < pieces;) {
     const auto count = static_cast<std::size_t>(

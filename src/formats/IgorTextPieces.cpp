@@ -10,9 +10,12 @@
 namespace convora {
 namespace {
 
-// The text is searched a span at a time; a span holds at most half as many
-// cuts as bytes, since a cut takes two.
-constexpr std::size_t kSpanBytes = 2 * kPieceNumbersPerBlock;
+// The text is searched a span at a time, and the numbers of a span are read
+// at once; a span holds at most half as many cuts as bytes, since a cut takes
+// two.
+constexpr std::size_t kSpanBytes = 1 << 13;
+constexpr std::size_t kMostPiecesPerSpan = kSpanBytes / 2;
+static_assert(kMostPiecesPerSpan <= kPieceNumbersPerBlock);
 
 }  // namespace
 
@@ -21,8 +24,13 @@ std::int64_t ForEachPieceNumber(SourceFile& source, Stretch share,
   // Past the window: the last cut's tab, the look-ahead of the cut search and
   // the longest number read.
   std::vector<std::uint8_t> window(kPieceWindowBytes + kPieceCutLookAhead + kMaxNumberText);
-  std::vector<std::uint32_t> starts(kSpanBytes / 2 + kPieceStartsSlack);
-  std::vector<double> numbers(kSpanBytes / 2);
+  std::vector<std::uint32_t> starts(kMostPiecesPerSpan + kPieceStartsSlack);
+  std::vector<double> numbers(kPieceNumbersPerBlock);
+  std::size_t held = 0;  // numbers read but not handed on
+  const auto handOn = [&] {
+    if (held != 0) onNumbers(std::span<const double>(numbers.data(), held));
+    held = 0;
+  };
   PieceNumberReader reader;
   const PieceStartsSearch pieceStarts = FastestPieceStarts();
   std::int64_t pieces = 0;
@@ -36,13 +44,14 @@ std::int64_t ForEachPieceNumber(SourceFile& source, Stretch share,
     for (std::size_t span = 0; span < cutsLength; span += kSpanBytes) {
       const std::size_t found =
           pieceStarts(text.data(), span, std::min(kSpanBytes, cutsLength - span), starts.data());
-      if (found == 0) continue;
-      const std::span<double> read(numbers.data(), found);
-      reader.Read(text, std::span<const std::uint32_t>(starts.data(), found), kMaxNumberText, read);
-      onNumbers(read);
+      if (held + found > numbers.size()) handOn();
+      reader.Read(text, std::span<const std::uint32_t>(starts.data(), found), kMaxNumberText,
+                  std::span<double>(numbers.data() + held, found));
+      held += found;
       pieces += static_cast<std::int64_t>(found);
     }
   }
+  handOn();
   return pieces;
 }
 
