@@ -126,9 +126,9 @@ PieceNumberReader::GatherOne(const char* start) {
   // return where this text has a digit, so the match below fails.
   const std::uint32_t key = (digitBits | returns) & (returns ^ (returns - 1));
   Layout& layout = layouts_[(key * 0x9E3779B1u) >> 26];
+  const __m128i cared = _mm_and_si128(bytes, load(layout.care));
   const bool fits =
-      layout.key == key &&
-      _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_and_si128(bytes, load(layout.care)), load(layout.pattern))) == 0xFFFF;
+      layout.key == key && _mm_movemask_epi8(_mm_cmpeq_epi8(cared, load(layout.pattern))) == 0xFFFF;
   // Hinted, so that the usual path runs without a taken branch.
   if (!fits) [[unlikely]] {
     if (!Learn(start, key, layout)) return Gathered{};
@@ -164,7 +164,8 @@ __attribute__((target("avx2"))) void PieceNumberReader::ValuesOfGathered(
     }
     // At most 12 digits, far below 2^53.
     const auto mantissa = static_cast<std::uint64_t>(lanes[1]) * 100'000'000 +
-                          static_cast<std::uint64_t>(lanes[2]) * 10'000 + static_cast<std::uint64_t>(lanes[3]);
+                          static_cast<std::uint64_t>(lanes[2]) * 10'000 +
+                          static_cast<std::uint64_t>(lanes[3]);
     return ExactDecimal(mantissa, exponent, NegativeOf(lanes[0]));
   };
   const auto load = [&](std::size_t i) {

@@ -11,7 +11,8 @@ namespace {
 
 // The starts by their definition: two past every "\r\t" that begins in the
 // stretch.
-std::vector<std::uint32_t> StartsByDefinition(const std::string& text, std::size_t from, std::size_t length) {
+std::vector<std::uint32_t> StartsByDefinition(const std::string& text, std::size_t from,
+                                              std::size_t length) {
   std::vector<std::uint32_t> starts;
   for (std::size_t at = from; at < from + length; ++at) {
     if (text[at] == '\r' && text[at + 1] == '\t') starts.push_back(static_cast<std::uint32_t>(at + 2));
@@ -23,7 +24,8 @@ std::vector<std::uint32_t> StartsByDefinition(const std::string& text, std::size
 // and then holds more cuts than a search writes at one step, and cuts
 // straddle block and stretch ends.
 std::string RandomCutText(std::mt19937& random, std::size_t length) {
-  const std::vector<std::string> parts = {"\r\t", "\r\t", "\r\t", "\r", "\t", "\r\r\t", "\t\t", "1.5", "-2e-11", "x"};
+  const std::vector<std::string> parts = {"\r\t", "\r\t", "\r\t", "\r",     "\t",
+                                          "\r\r\t", "\t\t", "1.5",  "-2e-11", "x"};
   std::string text;
   while (text.size() < length) text += parts[random() % parts.size()];
   text.resize(length);
