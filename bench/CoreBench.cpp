@@ -20,6 +20,7 @@
 #include "abf/StartDateTime.h"
 #include "abf/TemplateFile.h"
 #include "app/Recognition.h"
+#include "formats/PieceCuts.h"
 #include "formats/PieceNumberReader.h"
 
 namespace {
@@ -89,6 +90,25 @@ void BM_ReadingWaveNumbers(benchmark::State& state) {
   state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * starts.size()));
 }
 BENCHMARK(BM_ReadingWaveNumbers);
+
+// Where the lines of that wave start, with the fastest search this processor
+// can run.
+void BM_FindingWaveLines(benchmark::State& state) {
+  std::string text;
+  for (const std::string& number : RecordedNumbers()) text += "\r\t" + number;
+  text += "\r";
+  const std::size_t length = text.size();
+  text.append(convora::kPieceCutLookAhead, '\0');
+  std::vector<std::uint32_t> starts(length / 2 + convora::kPieceStartsSlack);
+  const convora::PieceStartsSearch search = convora::FastestPieceStarts();
+  std::size_t found = 0;
+  for (auto _ : state) {
+    found = search(text.data(), 0, length, starts.data());
+    benchmark::DoNotOptimize(starts.data());
+  }
+  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * found));
+}
+BENCHMARK(BM_FindingWaveLines);
 
 void BM_ScalingToCounts(benchmark::State& state) {
   convora::AbfHeader header = convora::BuildDefaultTemplate();
