@@ -25,7 +25,10 @@ std::int64_t ForEachPieceNumber(SourceFile& source, Stretch share,
   // the longest number read.
   std::vector<std::uint8_t> window(kPieceWindowBytes + kPieceCutLookAhead + kMaxNumberText);
   std::vector<std::uint32_t> starts(kMostPiecesPerSpan + kPieceStartsSlack);
-  std::vector<double> numbers(kPieceNumbersPerBlock);
+  // A piece takes at least two bytes: a small share needs a small buffer.
+  const auto mostPieces = static_cast<std::size_t>(std::min<std::int64_t>(
+      kPieceNumbersPerBlock, share.Length() / 2 + static_cast<std::int64_t>(kMostPiecesPerSpan)));
+  std::vector<double> numbers(mostPieces);
   std::size_t held = 0;  // numbers read but not handed on
   const auto handOn = [&] {
     if (held != 0) onNumbers(std::span<const double>(numbers.data(), held));
