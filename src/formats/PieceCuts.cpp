@@ -76,6 +76,8 @@ std::size_t PieceStarts(const char* text, std::size_t from, std::size_t length,
     const auto pieceStart = static_cast<std::uint32_t>(block + 2);
     const std::size_t count = Search::CountBits(cuts);
     for (std::size_t written = 0; written < count; written += kCutsPerStep) {
+      // Unrolled: as a loop, each write costs a compare and a jump more.
+#pragma GCC unroll 8
       for (int k = 0; k < kCutsPerStep; ++k) {
         starts[found + written + k] = pieceStart + static_cast<std::uint32_t>(std::countr_zero(cuts));
         cuts &= cuts - 1;
