@@ -156,8 +156,9 @@ __attribute__((target("avx2"))) void PieceNumberReader::GatherAll(
 __attribute__((target("avx2"))) void PieceNumberReader::ValuesOfGathered(
     std::string_view text, std::span<const std::uint32_t> starts, std::size_t longest,
     std::span<double> numbers) const {
+  const Gathered* const gathered = gathered_.data();
   const auto one = [&](std::size_t i) {
-    const auto& lanes = gathered_[i].lanes;
+    const auto& lanes = gathered[i].lanes;
     const int exponent = ExponentOf(lanes[0]);
     if (exponent < -kLargestExactPowerOfTen || exponent > kLargestExactPowerOfTen) {
       return LeadingNumber(text.substr(starts[i], longest));
@@ -169,7 +170,7 @@ __attribute__((target("avx2"))) void PieceNumberReader::ValuesOfGathered(
     return ExactDecimal(mantissa, exponent, NegativeOf(lanes[0]));
   };
   const auto load = [&](std::size_t i) {
-    return _mm_load_si128(reinterpret_cast<const __m128i*>(gathered_[i].lanes.data()));
+    return _mm_load_si128(reinterpret_cast<const __m128i*>(gathered[i].lanes.data()));
   };
   std::size_t i = 0;
   for (; i + 4 <= starts.size(); i += 4) {
