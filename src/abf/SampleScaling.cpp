@@ -22,14 +22,7 @@ CountScaler::CountScaler(const AbfHeader& header, std::size_t channel)
 
 std::optional<Extremes> RunExtremes::Join(const std::vector<RunExtremes>& runs) {
   std::optional<Extremes> joined;
-  for (const RunExtremes& run : runs) {
-    if (!run.extremes_) continue;
-    if (joined) {
-      joined->Add(*run.extremes_);
-    } else {
-      joined = run.extremes_;
-    }
-  }
+  for (const RunExtremes& run : runs) JoinExtremes(joined, run.extremes_);
   return joined;
 }
 

@@ -45,6 +45,18 @@ class Extremes {
   double maximum_;
 };
 
+// Adds `later`, the extremes of values that come after those of `joined`, to
+// them; `joined` takes them as they are while it holds none, and nothing
+// changes when `later` holds none.
+inline void JoinExtremes(std::optional<Extremes>& joined, const std::optional<Extremes>& later) {
+  if (!later) return;
+  if (joined) {
+    joined->Add(*later);
+  } else {
+    joined = later;
+  }
+}
+
 // The extremes of one run of values, when a recording is scanned in runs at
 // once (ValueStream.h). Joined in run order they are the extremes the whole
 // recording gives value by value: the first run starts at its first value as

@@ -55,19 +55,15 @@ ShareSummary ReadShare(const SourceFile& text, Stretch share, const std::filesys
     Extremes stored(numbers.front());
     stored.Add(numbers);
     const auto picoamperes = ExtremesOfProducts<double>(stored, kAmperesAsPicoamperes.factor);
-    if (!picoamperes) {
-      // Parsed numbers are never NaN: some value is infinite in picoamperes.
-      if (!summary.firstTooLarge) {
-        const auto tooLarge = std::find_if(numbers.begin(), numbers.end(), [](double number) {
-          return !std::isfinite(number * kAmperesAsPicoamperes.factor);
-        });
-        summary.firstTooLarge = before + (tooLarge - numbers.begin()) + 1;
-      }
-    } else if (summary.extremes) {
-      summary.extremes->Add(*picoamperes);
-    } else {
-      summary.extremes = picoamperes;
+    // Parsed numbers are never NaN: without extremes, some value is infinite
+    // in picoamperes.
+    if (!picoamperes && !summary.firstTooLarge) {
+      const auto tooLarge = std::find_if(numbers.begin(), numbers.end(), [](double number) {
+        return !std::isfinite(number * kAmperesAsPicoamperes.factor);
+      });
+      summary.firstTooLarge = before + (tooLarge - numbers.begin()) + 1;
     }
+    JoinExtremes(summary.extremes, picoamperes);
     kept.WriteAt(before * std::int64_t{sizeof(double)}, BytesOf(numbers));
     before += static_cast<std::int64_t>(numbers.size());
   });
@@ -87,12 +83,7 @@ std::pair<std::int64_t, std::optional<Extremes>> Summarise(
                          " is too large to be stored in picoamperes");
     }
     pieces += share.pieces;
-    if (!share.extremes) continue;
-    if (extremes) {
-      extremes->Add(*share.extremes);
-    } else {
-      extremes = share.extremes;
-    }
+    JoinExtremes(extremes, share.extremes);
   }
   return {pieces, extremes};
 }
