@@ -172,7 +172,6 @@ ScratchFile::~ScratchFile() {
 }
 
 void ScratchFile::WriteAt(std::int64_t offset, std::span<const std::uint8_t> bytes) {
-  const std::lock_guard<std::mutex> turn(*turns_);
   if (_fseeki64(file_, offset, SEEK_SET) != 0 ||
       std::fwrite(bytes.data(), 1, bytes.size(), file_) != bytes.size()) {
     throw ConvoraError("cannot write a temporary file (" + SystemReason() + ")");
@@ -180,7 +179,6 @@ void ScratchFile::WriteAt(std::int64_t offset, std::span<const std::uint8_t> byt
 }
 
 void ScratchFile::ReadAt(std::int64_t offset, std::span<std::uint8_t> out) {
-  const std::lock_guard<std::mutex> turn(*turns_);
   if (_fseeki64(file_, offset, SEEK_SET) != 0 ||
       std::fread(out.data(), 1, out.size(), file_) != out.size()) {
     throw ConvoraError("a temporary file ended before its values");

@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <memory>
 #include <mutex>
 #include <span>
 #include <utility>
@@ -70,8 +69,9 @@ class OutputFile {
 // An unnamed temporary file that vanishes when closed, for values a
 // conversion keeps between two passes without holding them in memory. Its
 // pages sit in the system's file cache, and a file this short-lived is
-// normally never written to disk. Threads that write at once should each
-// have one: the system lets one write to a file at a time.
+// normally never written to disk. One thread uses it at a time; threads that
+// write at once each have one, since the system lets one write into a file
+// at a time anyway.
 class ScratchFile {
  public:
   // Made in `folder` (on Linux), else in the system's temporary folder.
@@ -91,10 +91,8 @@ class ScratchFile {
 #if defined(_WIN32)
   void Swap(ScratchFile& other) noexcept {
     std::swap(file_, other.file_);
-    std::swap(turns_, other.turns_);
   }
   std::FILE* file_ = nullptr;
-  std::unique_ptr<std::mutex> turns_ = std::make_unique<std::mutex>();  // one seek and transfer at a time
 #else
   void Swap(ScratchFile& other) noexcept {
     std::swap(descriptor_, other.descriptor_);
