@@ -57,7 +57,6 @@ TEST(IgorTextPieces, AnySplitIntoSharesReadsTheNumbersOfTheWholeText) {
       for (const Stretch share : SplitEvenly(source.Length(), parts)) {
         pieces += ForEachPieceNumber(source, share, [&](std::span<const double> block) {
           EXPECT_FALSE(block.empty());
-          EXPECT_LE(block.size(), kPieceNumbersPerBlock);
           numbers.insert(numbers.end(), block.begin(), block.end());
         });
       }
@@ -65,6 +64,31 @@ TEST(IgorTextPieces, AnySplitIntoSharesReadsTheNumbersOfTheWholeText) {
       EXPECT_EQ(numbers, expected) << length << " " << parts;
     }
   }
+}
+
+// Enough short lines to fill several blocks: every number arrives once, in
+// order, however the blocks and the search's spans fall.
+TEST(IgorTextPieces, HandsOnFullBlocksInOrder) {
+  TempDir dir;
+  std::string text = "IGOR\rWAVES\twave0\rBEGIN";
+  constexpr int kLines = 3 * static_cast<int>(kPieceNumbersPerBlock) + 17;
+  for (int i = 0; i < kLines; ++i) text += "\r\t" + std::to_string(i);
+  text += "\rEND\r";
+  const auto path = dir / "wave.itx";
+  WriteFile(path, Bytes(text.begin(), text.end()));
+  SourceFile source(path);
+  std::vector<double> numbers;
+  std::size_t blocks = 0;
+  const std::int64_t pieces =
+      ForEachPieceNumber(source, {0, source.Length()}, [&](std::span<const double> block) {
+        EXPECT_LE(block.size(), kPieceNumbersPerBlock);
+        ++blocks;
+        numbers.insert(numbers.end(), block.begin(), block.end());
+      });
+  ASSERT_EQ(pieces, kLines);
+  ASSERT_EQ(numbers.size(), static_cast<std::size_t>(kLines));
+  for (int i = 0; i < kLines; ++i) ASSERT_EQ(numbers[static_cast<std::size_t>(i)], i) << i;
+  EXPECT_GE(blocks, 4u);
 }
 
 }  // namespace
