@@ -68,45 +68,51 @@ void BM_ReadingTextNumbers(benchmark::State& state) {
 }
 BENCHMARK(BM_ReadingTextNumbers);
 
-// The same numbers as the lines of an Igor text wave, read through the
-// layouts they repeat.
-void BM_ReadingWaveNumbers(benchmark::State& state) {
+// The same numbers as the lines of an Igor text wave, and where each starts.
+struct WaveLines {
   std::string text;
   std::vector<std::uint32_t> starts;
+};
+
+WaveLines RecordedWaveLines() {
+  WaveLines lines;
   for (const std::string& number : RecordedNumbers()) {
-    text += "\r\t";
-    starts.push_back(static_cast<std::uint32_t>(text.size()));
-    text += number;
+    lines.text += "\r\t";
+    lines.starts.push_back(static_cast<std::uint32_t>(lines.text.size()));
+    lines.text += number;
   }
-  text += "\r";
-  const std::size_t length = text.size();
-  text.append(convora::PieceNumberReader::kReadAhead, '\0');
-  std::vector<double> values(starts.size());
+  lines.text += "\r";
+  return lines;
+}
+
+// Those numbers read through the layouts they repeat.
+void BM_ReadingWaveNumbers(benchmark::State& state) {
+  WaveLines lines = RecordedWaveLines();
+  const std::size_t length = lines.text.size();
+  lines.text.append(convora::PieceNumberReader::kReadAhead, '\0');
+  std::vector<double> values(lines.starts.size());
   convora::PieceNumberReader reader;
   for (auto _ : state) {
-    reader.Read(std::string_view(text.data(), length), starts, 64, values);
+    reader.Read(std::string_view(lines.text.data(), length), lines.starts, 64, values);
     benchmark::DoNotOptimize(values.data());
   }
-  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * starts.size()));
+  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * lines.starts.size()));
 }
 BENCHMARK(BM_ReadingWaveNumbers);
 
-// Where the lines of that wave start, with the fastest search this processor
-// can run.
+// Where those lines start, found with the fastest search this processor can
+// run.
 void BM_FindingWaveLines(benchmark::State& state) {
-  std::string text;
-  for (const std::string& number : RecordedNumbers()) text += "\r\t" + number;
-  text += "\r";
-  const std::size_t length = text.size();
-  text.append(convora::kPieceCutLookAhead, '\0');
-  std::vector<std::uint32_t> starts(length / 2 + convora::kPieceStartsSlack);
+  WaveLines lines = RecordedWaveLines();
+  const std::size_t length = lines.text.size();
+  lines.text.append(convora::kPieceCutLookAhead, '\0');
+  std::vector<std::uint32_t> starts(lines.starts.size() + convora::kPieceStartsSlack);
   const convora::PieceStartsSearch search = convora::FastestPieceStarts();
-  std::size_t found = 0;
   for (auto _ : state) {
-    found = search(text.data(), 0, length, starts.data());
+    search(lines.text.data(), 0, length, starts.data());
     benchmark::DoNotOptimize(starts.data());
   }
-  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * found));
+  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * lines.starts.size()));
 }
 BENCHMARK(BM_FindingWaveLines);
 
