@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "abf/TemplateFile.h"
-#include "app/ScriptedPrompter.h"
+#include "workbench/ScriptedPrompter.h"
 #include "generic/UnknownBinary.h"
 
 namespace {

@@ -20,8 +20,8 @@
 #include "abf/StartDateTime.h"
 #include "abf/TemplateFile.h"
 #include "app/Recognition.h"
-#include "formats/PieceCuts.h"
-#include "formats/PieceNumberReader.h"
+#include "formats/igortext/PieceCuts.h"
+#include "formats/igortext/PieceNumberReader.h"
 
 namespace {
 

@@ -35,7 +35,7 @@ CLI::App* AddFileCommand(CLI::App& app, CommandContext& context, const std::stri
     auto bench = context.OpenWorkbench();
     if (!bench) return;
     context.Prompter().SetInputAnswers(state->answers.Given());
-    context.ForEachFile(*bench, state->files, [&](Workbench& b) { action(b, *state); });
+    context.ForEachFile(*bench, state->files, GoingOn([&](Workbench& b) { action(b, *state); }));
   });
   return command;
 }

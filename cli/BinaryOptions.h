@@ -5,7 +5,7 @@
 #include <CLI/CLI.hpp>
 
 #include "AnswerOptions.h"
-#include "app/Prompter.h"
+#include "workbench/Prompter.h"
 #include "generic/BinarySettings.h"
 
 namespace convora::cli {

@@ -34,7 +34,7 @@ void AddBlockCommand(CLI::App& app, CommandContext& context, const std::string& 
     if (!bench) return;
     context.Prompter().SetInputAnswers(state->answers.Given());
     const BinarySettings settings = state->settings->Resolve(context.Prompter());
-    context.ForEachFile(*bench, state->files, [&](Workbench& b) { action(b, settings); });
+    context.ForEachFile(*bench, state->files, GoingOn([&](Workbench& b) { action(b, settings); }));
   });
 }
 

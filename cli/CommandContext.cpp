@@ -1,6 +1,5 @@
 #include "CommandContext.h"
 
-#include <exception>
 #include <ostream>
 
 #include "abf/ConvoraError.h"
@@ -42,40 +41,18 @@ std::unique_ptr<Workbench> CommandContext::OpenWorkbench() {
 }
 
 void CommandContext::ReportError(const std::filesystem::path& path, const std::string& why) {
-  err_ << "error: " << OneLine(path.string()) << ": " << OneLine(why) << '\n' << std::flush;
+  prompter_.ReportError(path, why);
   if (exitCode == kExitOk) exitCode = kExitFailure;
 }
 
 void CommandContext::ForEachFile(Workbench& bench, const std::vector<std::string>& files,
-                                 const std::function<void(Workbench&)>& process) {
-  ForEachFileUntilStopped(bench, files, [&](Workbench& b) {
-    process(b);
-    return true;
-  });
-}
-
-void CommandContext::ForEachFileUntilStopped(Workbench& bench,
-                                             const std::vector<std::string>& files,
-                                             const std::function<bool(Workbench&)>& process) {
-  bool stopped = false;
-  for (const std::string& file : files) {
-    bench.SelectedFilePath = SelectedPathFor(file);
-    if (stopped) {
-      prompter_.Notice(bench.SelectedFilePath.string() +
-                       ": not processed, the run ended at an earlier file");
-      continue;
-    }
-    const std::size_t listedBefore = bench.List1.Entries().size();
-    try {
-      stopped = !process(bench);
-      if (bench.List1.Entries().size() == listedBefore && exitCode == kExitOk) {
-        exitCode = kExitFailure;  // refused or declined: nothing written
-      }
-    } catch (const ConvoraError& e) {
-      ReportError(bench.SelectedFilePath, e.what());
-    } catch (const std::exception& e) {
-      ReportError(bench.SelectedFilePath, std::string("unexpected failure: ") + e.what());
-    }
+                                 const FileRunner::Action& process) {
+  std::vector<std::filesystem::path> paths;
+  for (const std::string& file : files) paths.push_back(SelectedPathFor(file));
+  FileRunner runner(bench);
+  runner.RunOnEach(paths, process);
+  if ((runner.Failed() > 0 || runner.WithoutOutput() > 0) && exitCode == kExitOk) {
+    exitCode = kExitFailure;
   }
 }
 

@@ -10,7 +10,8 @@
 #include <vector>
 
 #include "TerminalPrompter.h"
-#include "app/Workbench.h"
+#include "workbench/FileRunner.h"
+#include "workbench/Workbench.h"
 
 namespace convora::cli {
 
@@ -36,14 +37,11 @@ class CommandContext {
   // and returns nothing.
   std::unique_ptr<Workbench> OpenWorkbench();
 
-  // Runs `process` for each file as the selected file. A file that ends in an
-  // error, or adds nothing to List1, makes the exit status 1.
+  // Runs `process` for each file, the absolute path of each argument, as the
+  // selected file. A file that ends in an error, or adds nothing to List1,
+  // makes the exit status 1; a file that returns kStopTool ends the run.
   void ForEachFile(Workbench& bench, const std::vector<std::string>& files,
-                   const std::function<void(Workbench&)>& process);
-  // The same, for a tool that can end the whole run at a file by returning
-  // false; the files after it are named in a notice and left alone.
-  void ForEachFileUntilStopped(Workbench& bench, const std::vector<std::string>& files,
-                               const std::function<bool(Workbench&)>& process);
+                   const FileRunner::Action& process);
 
   // Reports `why` for `path` as "error: PATH: WHY" and marks the run failed.
   void ReportError(const std::filesystem::path& path, const std::string& why);

@@ -39,7 +39,7 @@ void RunConvert(ConvertCommand& state, CommandContext& context) {
     ConvertUnknownBinary(b, *settings);
   };
   context.ForEachFile(*bench, state.files,
-                      [&](Workbench& b) { ConvertKnownFile(b, convertUnknown); });
+                      GoingOn([&](Workbench& b) { ConvertKnownFile(b, convertUnknown); }));
 }
 
 }  // namespace

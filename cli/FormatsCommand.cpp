@@ -14,12 +14,12 @@ void AddFormatsCommand(CLI::App& app, CommandContext& context) {
       "formats", "Print the list of known formats, with its instruction texts");
   command->callback([&context] {
     std::ostream& out = context.Out();
-    for (std::size_t i = 0; i < kKnownFormats.size(); ++i) {
-      out << std::setw(2) << i << "  " << kKnownFormats[i] << '\n';
+    for (std::size_t i = 0; i < KnownFormats().size(); ++i) {
+      out << std::setw(2) << i << "  " << KnownFormats()[i] << '\n';
     }
-    for (std::size_t i = 0; i < kKnownFormats.size(); ++i) {
+    for (std::size_t i = 0; i < KnownFormats().size(); ++i) {
       if (auto instruction = InstructionFor(i)) {
-        out << '\n' << kInstructionTitle << " (" << i << ", " << kKnownFormats[i] << "):\n"
+        out << '\n' << kInstructionTitle << " (" << i << ", " << KnownFormats()[i] << "):\n"
             << *instruction << '\n';
       }
     }

@@ -84,4 +84,8 @@ void TerminalPrompter::Notice(std::string_view text) {
   err_ << "notice: " << OneLine(text) << '\n';
 }
 
+void TerminalPrompter::ReportError(const std::filesystem::path& subject, std::string_view why) {
+  err_ << "error: " << OneLine(subject.string()) << ": " << OneLine(why) << '\n' << std::flush;
+}
+
 }  // namespace convora::cli

@@ -7,7 +7,7 @@
 #include <map>
 #include <string>
 
-#include "app/Prompter.h"
+#include "workbench/Prompter.h"
 
 namespace convora::cli {
 
@@ -24,6 +24,7 @@ class TerminalPrompter : public Prompter {
   bool AskOkCancel(const Question& question) override;
   std::optional<std::string> AskInput(const InputRequest& request) override;
   void Notice(std::string_view text) override;
+  void ReportError(const std::filesystem::path& subject, std::string_view why) override;
   void SetBusy(bool) override {}
 
  private:

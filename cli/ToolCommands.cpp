@@ -21,7 +21,7 @@ struct ToolCommand {
 };
 
 using Answer = std::pair<std::string, std::string>;  // key, description
-using Tool = std::function<bool(Workbench&)>;         // false ends the run
+using Tool = FileRunner::Action;
 
 void AddToolCommand(CLI::App& app, CommandContext& context, const std::string& name,
                     const std::string& description, const std::vector<Answer>& answers,
@@ -34,14 +34,8 @@ void AddToolCommand(CLI::App& app, CommandContext& context, const std::string& n
     auto bench = context.OpenWorkbench();
     if (!bench) return;
     context.Prompter().SetInputAnswers(state->answers.Given());
-    context.ForEachFileUntilStopped(*bench, state->files, tool);
+    context.ForEachFile(*bench, state->files, tool);
   });
-}
-
-template <void (*Edit)(Workbench&)>
-bool GoOn(Workbench& bench) {
-  Edit(bench);
-  return true;
 }
 
 }  // namespace
@@ -52,21 +46,21 @@ void AddToolCommands(CLI::App& app, CommandContext& context) {
                  {{"channel", "channel number, counted from 1 in sampling order (default 1)"},
                   {"unit", "new unit text, up to 8 characters (default: the current one)"},
                   {"scale", "new instrument scale factor (default: the current one)"}},
-                 GoOn<ChangeUnitAndScaleFactor>);
+                 GoingOn(ChangeUnitAndScaleFactor));
   AddToolCommand(app, context, "filter",
                  "Gaussian Filter: a low-passed copy of each one-channel FILE beside it",
                  {{"pre", "pre-filter frequency in kHz (default: the header's)"},
                   {"new", "new filter frequency in kHz (default 1)"},
                   {"channel", "channel number asked for multi-channel files (default 1)"}},
-                 [](Workbench& bench) { return FilterAbfFile(bench) == AfterFile::kGoOn; });
+                 FilterAbfFile);
   AddToolCommand(app, context, "downscale",
                  "Down-scale ABF File: peaks of every channel to half of full scale",
                  {{"output", "path of the rescaled file (default: the source itself)"}},
-                 GoOn<DownscaleAbfFile>);
+                 GoingOn(DownscaleAbfFile));
   AddToolCommand(app, context, "set-interval",
                  "Change Sample Interval: fADCSampleInterval, in place",
                  {{"interval", "new sample interval in microseconds (default: the current one)"}},
-                 GoOn<ChangeSampleInterval>);
+                 GoingOn(ChangeSampleInterval));
 }
 
 }  // namespace convora::cli

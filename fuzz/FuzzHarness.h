@@ -16,8 +16,8 @@
 
 #include "abf/ConvoraError.h"
 #include "abf/TemplateFile.h"
-#include "app/ScriptedPrompter.h"
-#include "app/Workbench.h"
+#include "workbench/ScriptedPrompter.h"
+#include "workbench/Workbench.h"
 
 namespace convora::fuzz {
 

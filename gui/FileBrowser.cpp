@@ -8,7 +8,7 @@
 #include <QVBoxLayout>
 
 #include "Text.h"
-#include "app/FolderPath.h"
+#include "workbench/FolderPath.h"
 
 namespace convora::gui {
 namespace {

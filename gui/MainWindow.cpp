@@ -1,14 +1,11 @@
 #include "MainWindow.h"
 
-#include <exception>
-
 #include <QGridLayout>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QVBoxLayout>
 
 #include "Text.h"
-#include "abf/ConvoraError.h"
 #include "app/KnownFileDispatch.h"
 #include "app/KnownFormats.h"
 #include "app/Version.h"
@@ -29,11 +26,6 @@ QLabel* WrappedLabel(const char* name, const char* text, QWidget* parent) {
   label->setObjectName(name);
   label->setWordWrap(true);
   return label;
-}
-
-AfterFile GoOn(const std::function<void(Workbench&)>& action, Workbench& bench) {
-  action(bench);
-  return AfterFile::kGoOn;
 }
 
 }  // namespace
@@ -99,18 +91,17 @@ QWidget* MainWindow::BuildButtons() {
   add(5, "Convert Any ASCII to ABF", [this] { asciiSet_->Describe(browser_->SelectedPaths()); });
   add(3, "Convert PTI ASCII to ABF", [this] { ConvertPtiFiles(); });
   add(6, "Convert AIW ASCII to ABF",
-      [this] { ForEachSelectedFile([](Workbench& b) { return GoOn(ConvertAxonText, b); }); });
+      [this] { ForEachSelectedFile(GoingOn(ConvertAxonText)); });
   add(7, "Convert Dataq ASCII to ABF",
-      [this] { ForEachSelectedFile([](Workbench& b) { return GoOn(ConvertDataqAscii, b); }); });
+      [this] { ForEachSelectedFile(GoingOn(ConvertDataqAscii)); });
   layout->addSpacing(12);
-  add(8, "Change Unit of ABF File", [this] {
-    ForEachSelectedFile([](Workbench& b) { return GoOn(ChangeUnitAndScaleFactor, b); });
-  });
+  add(8, "Change Unit of ABF File",
+      [this] { ForEachSelectedFile(GoingOn(ChangeUnitAndScaleFactor)); });
   add(9, "Gaussian Filter", [this] { ForEachSelectedFile(FilterAbfFile); });
   add(10, "Down-scale ABF File",
-      [this] { ForEachSelectedFile([](Workbench& b) { return GoOn(DownscaleAbfFile, b); }); });
+      [this] { ForEachSelectedFile(GoingOn(DownscaleAbfFile)); });
   add(11, "Change Sample Interval",
-      [this] { ForEachSelectedFile([](Workbench& b) { return GoOn(ChangeSampleInterval, b); }); });
+      [this] { ForEachSelectedFile(GoingOn(ChangeSampleInterval)); });
   layout->addSpacing(12);
   add(12, "Refresh Directory", [this] { browser_->Refresh(); });
   layout->addStretch();
@@ -126,7 +117,7 @@ QWidget* MainWindow::BuildLists() {
                                  panel));
   formats_ = new QListWidget(panel);
   formats_->setObjectName("List3");
-  for (const std::string_view format : kKnownFormats) formats_->addItem(ToQString(format));
+  for (const std::string_view format : KnownFormats()) formats_->addItem(ToQString(format));
   connect(formats_, &QListWidget::itemClicked, this, [this] { ShowInstruction(); });
   layout->addWidget(formats_, 3);
 
@@ -147,36 +138,16 @@ QWidget* MainWindow::BuildLists() {
   return panel;
 }
 
-void MainWindow::ReportError(const std::filesystem::path& path, const std::string& why) {
-  bench_.Prompt().ShowMessage(kApplicationTitle, ToUtf8(PathText(path)) + ": " + why);
-}
-
-bool MainWindow::RunOnSelectedFile(const FileAction& action) {
-  try {
-    return action(bench_) == AfterFile::kGoOn;
-  } catch (const ConvoraError& e) {
-    ReportError(bench_.SelectedFilePath, e.what());
-  } catch (const std::exception& e) {
-    ReportError(bench_.SelectedFilePath, std::string("unexpected failure: ") + e.what());
-  }
-  return true;
-}
-
-void MainWindow::ForEachSelectedFile(const FileAction& action) {
-  const ArrowAtEnd arrow(bench_.Prompt());
-  for (const std::filesystem::path& path : browser_->SelectedPaths()) {
-    bench_.SelectedFilePath = path;
-    if (!RunOnSelectedFile(action)) break;
-  }
+void MainWindow::ForEachSelectedFile(const FileRunner::Action& action) {
+  FileRunner(bench_).RunOnEach(browser_->SelectedPaths(), action);
 }
 
 void MainWindow::ConvertKnownFiles() {
-  ForEachSelectedFile([this](Workbench& bench) {
+  ForEachSelectedFile(GoingOn([this](Workbench& bench) {
     // A file of no known format goes to the settings window, which then
     // describes it; with several such files it ends up describing the last.
     ConvertKnownFile(bench, [this](Workbench& b) { binarySet_->Describe(b.SelectedFilePath); });
-    return AfterFile::kGoOn;
-  });
+  }));
 }
 
 void MainWindow::OpenBinarySettings() {
@@ -193,37 +164,24 @@ void MainWindow::ConvertWithBinarySettings(bool toWav) {
   if (binarySet_->DescribedFile().empty()) return;
   // The file converted is the one the settings window names, even if another
   // button has processed other files since it was opened.
-  bench_.SelectedFilePath = binarySet_->DescribedFile();
   const BinarySettings settings = binarySet_->Settings();
   const std::size_t listedBefore = bench_.List1.Entries().size();
-  RunOnSelectedFile([&](Workbench& bench) {
+  FileRunner(bench_).RunOn(binarySet_->DescribedFile(), GoingOn([&](Workbench& bench) {
     toWav ? ConvertToWav(bench, settings) : ConvertUnknownBinary(bench, settings);
-    return AfterFile::kGoOn;
-  });
+  }));
   if (bench_.List1.Entries().size() > listedBefore) binarySet_->hide();
 }
 
 void MainWindow::DropOnMergeList() {
-  for (const std::filesystem::path& path : browser_->SelectedPaths()) {
-    bench_.SelectedFilePath = path;
-    RunOnSelectedFile([this](Workbench& bench) {
-      AddToMergeList(bench, mergeList_, bench.SelectedFilePath);
-      return AfterFile::kGoOn;
-    });
-  }
+  ForEachSelectedFile(GoingOn(
+      [this](Workbench& bench) { AddToMergeList(bench, mergeList_, bench.SelectedFilePath); }));
   ShowMergeList();
 }
 
 void MainWindow::MergeFiles() {
   const ArrowAtEnd arrow(bench_.Prompt());
   const std::filesystem::path folder = ToPath(browser_->Folder());
-  try {
-    MergeAbfFiles(bench_, mergeList_, folder);
-  } catch (const ConvoraError& e) {
-    ReportError(folder, e.what());
-  } catch (const std::exception& e) {
-    ReportError(folder, std::string("unexpected failure: ") + e.what());
-  }
+  FileRunner(bench_).Guarded(folder, [&] { MergeAbfFiles(bench_, mergeList_, folder); });
   ShowMergeList();
 }
 
@@ -235,14 +193,9 @@ void MainWindow::ShowMergeList() {
 void MainWindow::ConvertWithAsciiSettings() {
   const AsciiSettings settings = asciiSet_->Settings();
   const std::size_t listedBefore = bench_.List1.Entries().size();
-  const ArrowAtEnd arrow(bench_.Prompt());
-  for (const std::filesystem::path& path : asciiSet_->DescribedFiles()) {
-    bench_.SelectedFilePath = path;
-    RunOnSelectedFile([&](Workbench& bench) {
-      ConvertAnyAscii(bench, settings);
-      return AfterFile::kGoOn;
-    });
-  }
+  FileRunner(bench_).RunOnEach(asciiSet_->DescribedFiles(), GoingOn([&](Workbench& bench) {
+    ConvertAnyAscii(bench, settings);
+  }));
   if (bench_.List1.Entries().size() > listedBefore) asciiSet_->hide();
 }
 
@@ -258,10 +211,7 @@ void MainWindow::ConvertPtiFiles() {
                                                   "\" is not one of all, ratio or intensity.");
     return;
   }
-  ForEachSelectedFile([&](Workbench& b) {
-    ConvertPtiAscii(b, *traces);
-    return AfterFile::kGoOn;
-  });
+  ForEachSelectedFile(GoingOn([&](Workbench& b) { ConvertPtiAscii(b, *traces); }));
 }
 
 void MainWindow::ShowInstruction() {

@@ -18,8 +18,9 @@
 #include "FileBrowser.h"
 #include "MergeList.h"
 #include "PreviewWidget.h"
-#include "app/Workbench.h"
 #include "tools/AbfTools.h"
+#include "workbench/FileRunner.h"
+#include "workbench/Workbench.h"
 
 namespace convora::gui {
 
@@ -38,19 +39,12 @@ class MainWindow : public QMainWindow {
   PreviewWidget* Preview() const { return preview_; }
 
  private:
-  using FileAction = std::function<AfterFile(Workbench&)>;
-
   QWidget* BuildButtons();
   QWidget* BuildLists();
   QPushButton* AddButton(int number, const char* caption);
 
-  // Runs `action` for every selected file in list order, each with
-  // SelectedFilePath set; a file that fails is reported and passed over.
-  void ForEachSelectedFile(const FileAction& action);
-  // Runs `action` on bench.SelectedFilePath, reporting a failure. Returns
-  // whether the run is to go on.
-  bool RunOnSelectedFile(const FileAction& action);
-  void ReportError(const std::filesystem::path& path, const std::string& why);
+  // Runs `action` for every selected file in list order.
+  void ForEachSelectedFile(const FileRunner::Action& action);
 
   void ConvertKnownFiles();
   void OpenBinarySettings();

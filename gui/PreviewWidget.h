@@ -9,7 +9,7 @@
 #include <QTimer>
 #include <QWidget>
 
-#include "app/PreviewEnvelope.h"
+#include "tools/PreviewEnvelope.h"
 
 namespace convora::gui {
 

@@ -60,6 +60,10 @@ std::optional<std::string> QtPrompter::AskInput(const InputRequest& request) {
   return ToUtf8(dialog.textValue());
 }
 
+void QtPrompter::ReportError(const std::filesystem::path& subject, std::string_view why) {
+  ShowMessage(kApplicationTitle, ToUtf8(PathText(subject)) + ": " + std::string(why));
+}
+
 void QtPrompter::Notice(std::string_view text) {
   if (notice_) notice_(ToQString(text));
 }

@@ -8,7 +8,7 @@
 #include <QString>
 #include <QWidget>
 
-#include "app/Prompter.h"
+#include "workbench/Prompter.h"
 
 namespace convora::gui {
 
@@ -25,6 +25,7 @@ class QtPrompter : public Prompter {
   bool AskOkCancel(const Question& question) override;
   std::optional<std::string> AskInput(const InputRequest& request) override;
   void Notice(std::string_view text) override;
+  void ReportError(const std::filesystem::path& subject, std::string_view why) override;
   void SetBusy(bool busy) override;
 
  private:

@@ -30,7 +30,7 @@ void ConvertKnownFile(Workbench& bench,
   bench.WorkHeader = input.header;
 
   const std::vector<const RecognitionRow*> matches = MatchingRows(input);
-  for (const RecognitionRow* row : matches) RunRow(bench, *row, input);
+  for (const RecognitionRow* row : matches) RunRow(bench, *row);
   if (!matches.empty()) return;
 
   const std::string text = "This file (" + bench.SelectedFilePath.filename().string() +

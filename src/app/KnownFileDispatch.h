@@ -6,7 +6,7 @@
 #include <functional>
 
 #include "app/Recognition.h"
-#include "app/Workbench.h"
+#include "workbench/Workbench.h"
 
 namespace convora {
 

@@ -3,7 +3,7 @@
 #include <string_view>
 #include <vector>
 
-#include "app/Workbench.h"
+#include "workbench/Workbench.h"
 #include "ascii/AsciiSettings.h"
 
 namespace convora {

@@ -1,5 +1,5 @@
 #pragma once
-#include "app/Workbench.h"
+#include "workbench/Workbench.h"
 
 namespace convora {
 

@@ -2,7 +2,7 @@
 
 #include <optional>
 #include <string_view>
-#include "app/Workbench.h"
+#include "workbench/Workbench.h"
 
 namespace convora {
 

@@ -168,8 +168,7 @@ void ConvertTable(Workbench& bench, SourceFile& source, const TableLayout& layou
   const auto interval = NarrowToSingle(IntervalBetweenRows(layout, scan) / channels);
   if (!interval) throw ConvoraError("the sample interval is too large for fADCSampleInterval");
 
-  // Patched on a copy, so that a table refused below leaves the template as it was.
-  AbfHeader h = bench.TemplateHeader;
+  AbfHeader h = StampedTemplate(bench);
   h.Set(abf::lActualAcqLength, samples);
   h.Set(abf::fADCSampleInterval, *interval);
   const auto seconds = SecondsPerRunOf(h);
@@ -208,9 +207,7 @@ void ConvertTable(Workbench& bench, SourceFile& source, const TableLayout& layou
     MarkGapFree(h);
   }
 
-  bench.TemplateHeader = h;
-  StampTemplate(bench);
-  WriteAbfOutput(bench, [&](DataSectionWriter& out) {
+  WriteAbfOutput(bench, h, [&](DataSectionWriter& out) {
     std::vector<std::int16_t> counts;
     counts.reserve(kSamplesPerWrite + channels);
     for (std::size_t s = 0; s < sweeps; ++s) {

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "abf/FileIo.h"
-#include "app/Workbench.h"
+#include "workbench/Workbench.h"
 
 namespace convora {
 

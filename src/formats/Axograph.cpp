@@ -226,8 +226,7 @@ void ConvertAxGr(Workbench& bench) {
     columns.push_back(ScanColumn(source, kColumnsAt + (k + 1) * columnBytes, points, unitFactor));
   }
 
-  AbfHeader& h = bench.TemplateHeader;
-  StampTemplate(bench);
+  AbfHeader h = StampedTemplate(bench);
   for (int k = 0; k < described; ++k) {
     // Without a scale factor the channel keeps the one the record held, and
     // its samples are scaled with that.
@@ -245,7 +244,7 @@ void ConvertAxGr(Workbench& bench) {
   std::vector<CountScaler> toCount;
   for (int k = 0; k < described; ++k) toCount.emplace_back(h, static_cast<std::size_t>(k));
 
-  WriteAbfOutput(bench, [&](DataSectionWriter& out) {
+  WriteAbfOutput(bench, h, [&](DataSectionWriter& out) {
     // Runs of frames, one to a core, each reading through a stream of its own.
     const std::vector<Stretch> frameRuns = ValueRunsFor(points, kValueBytes * described);
     std::vector<Stretch> sampleRuns;
@@ -258,5 +257,10 @@ void ConvertAxGr(Workbench& bench) {
     batches.Finish();
   });
 }
+
+const FormatDescriptor kAxographFormat{
+    "Axograph file v1",
+    [](const RecognitionInput& in) { return in.ProbeStartsWith("AxGr"); },
+    ConvertAxGr};
 
 }  // namespace convora

@@ -184,7 +184,7 @@ void ConvertIgor(Workbench& bench) {
   const double high = extremes.MaximumMagnitude();
   const double range = high > extremes.MinimumMagnitude() ? 1000.0 : high;
 
-  AbfHeader h = bench.TemplateHeader;
+  AbfHeader h = StampedTemplate(bench);
   h.Set(abf::lActualAcqLength, wave.npnts);
   const auto secondsPerRun = NarrowToSingle(static_cast<double>(wave.npnts) * wave.hsA);
   const auto interval = NarrowToSingle(wave.hsA * 1'000'000.0);
@@ -207,9 +207,7 @@ void ConvertIgor(Workbench& bench) {
   RequireCountsFit(toCount, extremes);
   if (scan.negativeNaN) throw ConvoraError("the wave holds a negative NaN, which cannot be scaled");
 
-  bench.TemplateHeader = h;
-  StampTemplate(bench);
-  WriteAbfOutput(bench, [&](DataSectionWriter& out) {
+  WriteAbfOutput(bench, h, [&](DataSectionWriter& out) {
     if (type == ValueType::Float32) {
       WriteWave<float>(source, wave, unit, toCount, out);
     } else {
@@ -217,5 +215,13 @@ void ConvertIgor(Workbench& bench) {
     }
   });
 }
+
+const FormatDescriptor kIgorBinaryFormat{
+    "Igor Binary File v2.0",
+    [](const RecognitionInput& in) {
+      const auto version = in.LittleEndianAt<std::int16_t>(0);
+      return version == 2 || version == 512;  // version 2 in either byte order
+    },
+    ConvertIgor};
 
 }  // namespace convora

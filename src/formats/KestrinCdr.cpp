@@ -67,8 +67,7 @@ void ConvertCDR(Workbench& bench) {
                        std::to_string(records) + ")");
   }
 
-  StampTemplate(bench);
-  AbfHeader& h = bench.TemplateHeader;
+  AbfHeader h = StampedTemplate(bench);
   h.Set(abf::lActualAcqLength, std::int32_t{records} * kSamplesPerRecord);
   h.Set(abf::fADCSampleInterval, interval);
   h.SetBits(abf::fSecondsPerRun, secondsBits);
@@ -77,9 +76,17 @@ void ConvertCDR(Workbench& bench) {
   // With this factor a reader's value of count c is c x units-per-count.
   SetChannelFields(h, 0, unit, scaleFactor);
 
-  WriteAbfOutput(bench, [&](DataSectionWriter& out) {
+  WriteAbfOutput(bench, h, [&](DataSectionWriter& out) {
     CopyBytes(source, kFirstRecordAt, dataBytes, out);
   });
 }
+
+const FormatDescriptor kKestrinCdrFormat{
+    "Kestrin's CDR",
+    [](const RecognitionInput& in) {
+      const std::string_view mark = in.CharsAt(168, 4);
+      return Contains(mark, "CDR") || Contains(mark, "3");
+    },
+    ConvertCDR};
 
 }  // namespace convora

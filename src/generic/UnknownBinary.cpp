@@ -75,12 +75,11 @@ void ConvertUnknownBinary(Workbench& bench, const BinarySettings& settings) {
 
   bench.Prompt().SetBusy(true);
   const ArrowAtEnd arrow(bench.Prompt());
-  AbfHeader& h = bench.TemplateHeader;
-  StampTemplate(bench);
+  AbfHeader h = StampedTemplate(bench);
   ApplyAcquisitionSettings(h, settings, *samples);
   if (settings.floatingPoint) ScaleToPeak(h, source, block, *samples, OrderOf(settings));
 
-  WriteAbfOutput(bench, [&](DataSectionWriter& out) {
+  WriteAbfOutput(bench, h, [&](DataSectionWriter& out) {
     if (!settings.floatingPoint) {
       CopyBytes(source, block.offset, std::int64_t{*samples} * 2, out, settings.swapBytes);
       return;

@@ -1,5 +1,5 @@
 #pragma once
-#include "app/Workbench.h"
+#include "workbench/Workbench.h"
 #include "generic/BinarySettings.h"
 
 namespace convora {

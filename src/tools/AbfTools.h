@@ -7,13 +7,10 @@
 #include <filesystem>
 #include <vector>
 
-#include "app/Workbench.h"
+#include "workbench/FileRunner.h"
+#include "workbench/Workbench.h"
 
 namespace convora {
-
-// Whether the rest of the selection is still to be processed: the filter ends
-// the whole run on a frequency it cannot use.
-enum class AfterFile { kGoOn, kStopTool };
 
 // Drop onto the merge list: appends `file` when it is an ABF file, otherwise
 // shows "Not an ABF File". Returns whether it was listed.

@@ -80,9 +80,14 @@ AfterFile FilterAbfFile(Workbench& bench) {
   if (!LoadSelectedAbfHeader(bench)) return AfterFile::kGoOn;
   const AbfHeader& header = bench.WorkHeader;
   if (header.Get(abf::nADCNumChannels) != 1) {
-    // Multi-channel files get the channel question and nothing else: there
-    // is no multi-channel filtering.
+    // Multi-channel files get the channel question, then are left alone:
+    // there is no multi-channel filtering.
     AskChannelNumber(bench);
+    bench.Prompt().Notice(bench.SelectedFilePath.string() +
+                          ": not filtered: the Gaussian filter works on one-channel files, and "
+                          "this file has " +
+                          std::to_string(header.Get(abf::nADCNumChannels)) +
+                          " channels; nothing written");
     return AfterFile::kGoOn;
   }
 

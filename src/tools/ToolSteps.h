@@ -9,7 +9,7 @@
 #include <string_view>
 
 #include "abf/AbfHeader.h"
-#include "app/Workbench.h"
+#include "workbench/Workbench.h"
 
 namespace convora {
 

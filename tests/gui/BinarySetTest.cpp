@@ -176,7 +176,7 @@ class BinarySetTest : public QObject {
     f->FindInSettings<QPushButton>("Command1")->click();
     QVERIFY(f->Items("List1").isEmpty());
     QVERIFY(!std::filesystem::exists(f->dir / "raw.ABF"));
-    QCOMPARE(ToList(f->Transcript()).filter("Convora: " + f->PathText("raw.dat") + ": ").size(), 1);
+    QCOMPARE(ToList(f->Transcript()).filter("error: " + f->PathText("raw.dat") + ": ").size(), 1);
     QVERIFY(f->window->BinarySet()->isVisible());
   }
 };

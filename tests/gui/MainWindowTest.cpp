@@ -131,7 +131,7 @@ class MainWindowTest : public QObject {
     f->Click("Command8");
     QCOMPARE(f->Items("List1"), QStringList{f->PathText("c.abf")});
     const QStringList transcript = ToList(f->Transcript());
-    QCOMPARE(transcript.filter("Convora: " + f->PathText("a.abf") + ": ").size(), 1);
+    QCOMPARE(transcript.filter("error: " + f->PathText("a.abf") + ": ").size(), 1);
     QVERIFY(transcript.contains("Not ABF File: This is not an Axon Binary File.  You need ABF file."));
     QCOMPARE(HeaderOfFile("a.abf").Get(abf::sADCUnits, 1), std::string("pA      "));
     QCOMPARE(HeaderOfFile("c.abf").Get(abf::sADCUnits, 1), std::string("mV      "));

@@ -10,6 +10,7 @@
 #include <QtTest>
 
 #include "QtPrompter.h"
+#include "Text.h"
 
 namespace convora::test {
 
@@ -57,6 +58,11 @@ class QtPrompterTest : public QObject {
     QVERIFY(prompter.AskOkCancel({"proceed", "Warning!", "Go on?"}));
     Press(QMessageBox::Cancel);
     QVERIFY(!prompter.AskOkCancel({"proceed", "Warning!", "Go on?"}));
+    // A failed file is a box with the program's title that names the file.
+    Press(QMessageBox::Ok);
+    prompter.ReportError("/data/cell.dat", "too short");
+    QCOMPARE(title, QString("Convora"));
+    QCOMPARE(text, gui::PathText("/data/cell.dat") + ": too short");
   }
 
   void inputBoxesOfferTheDefaultAndReturnTheAnswer() {

@@ -12,8 +12,8 @@
 
 #include "abf/AbfHeader.h"
 #include "abf/StartDateTime.h"
-#include "app/ScriptedPrompter.h"
-#include "app/Workbench.h"
+#include "workbench/ScriptedPrompter.h"
+#include "workbench/Workbench.h"
 
 namespace convora::test {
 

@@ -4,6 +4,7 @@
 
 #include "abf/ConvoraError.h"
 #include "abf/FileIo.h"
+#include "abf/ScratchFile.h"
 #include "support/TestSupport.h"
 
 namespace convora::test {

@@ -1,4 +1,4 @@
-#include "formats/IgorTextMac.h"
+#include "formats/igortext/IgorTextMac.h"
 
 #include <gtest/gtest.h>
 

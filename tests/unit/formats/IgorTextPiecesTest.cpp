@@ -1,4 +1,4 @@
-#include "formats/IgorTextPieces.h"
+#include "formats/igortext/IgorTextPieces.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "abf/TemplateFile.h"
-#include "formats/IgorTextMac.h"
+#include "formats/igortext/IgorTextMac.h"
 #include "support/ExpectedAbf.h"
 
 namespace convora::test {

@@ -1,4 +1,4 @@
-#include "formats/PieceNumberReader.h"
+#include "formats/igortext/PieceNumberReader.h"
 
 #include <gtest/gtest.h>
 

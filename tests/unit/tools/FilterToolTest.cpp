@@ -84,12 +84,16 @@ TEST_F(FilterToolTest, ANewFrequencyOfZeroEndsTheRunSilently) {
   EXPECT_TRUE(NothingWritten());
 }
 
-TEST_F(FilterToolTest, AMultiChannelFileGetsTheChannelQuestionAndNothingElse) {
+TEST_F(FilterToolTest, AMultiChannelFileGetsTheChannelQuestionAndSaysWhyNothingIsWritten) {
   f.Select("two.abf", test::AbfImage(test::AbfToEdit(6, 2), {1, 2, 3, 4, 5, 6}));
   EXPECT_EQ(FilterAbfFile(f.bench), AfterFile::kGoOn);
   EXPECT_EQ(f.prompter.Transcript(),
-            std::vector<std::string>{"Channel Number: This file has 2 channel recording.  Please "
-                                     "enter channel number to change."});
+            (std::vector<std::string>{"Channel Number: This file has 2 channel recording.  Please "
+                                      "enter channel number to change.",
+                                      "notice: " + f.bench.SelectedFilePath.string() +
+                                          ": not filtered: the Gaussian filter works on "
+                                          "one-channel files, and this file has 2 channels; "
+                                          "nothing written"}));
   EXPECT_TRUE(NothingWritten());
 }
 

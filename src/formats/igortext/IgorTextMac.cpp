@@ -1,4 +1,4 @@
-#include "formats/IgorTextMac.h"
+#include "formats/igortext/IgorTextMac.h"
 
 #include <algorithm>
 #include <cmath>
@@ -13,10 +13,11 @@
 #include "abf/AbfOutput.h"
 #include "abf/ConvoraError.h"
 #include "abf/FileIo.h"
+#include "abf/ScratchFile.h"
 #include "abf/Numbers.h"
 #include "abf/Parallel.h"
 #include "abf/SampleScaling.h"
-#include "formats/IgorTextPieces.h"
+#include "formats/igortext/IgorTextPieces.h"
 
 // A Macintosh Igor text wave: heading lines, then one value per line, every
 // data line starting with a tab after the previous line's carriage return
@@ -151,8 +152,7 @@ void ConvertIgorTextMac(Workbench& bench) {
   const auto scaleFactor = HalfScaleFactor(range);
   if (!scaleFactor) throw ConvoraError("the values are too small to give a scale factor");
 
-  // Patched on a copy, so that a file refused below leaves the template as it was.
-  AbfHeader h = bench.TemplateHeader;
+  AbfHeader h = StampedTemplate(bench);
   h.Set(abf::nOperationMode, std::int16_t{5});
   h.Set(abf::lActualAcqLength, samples);
   h.Set(abf::lActualEpisodes, 1);
@@ -168,9 +168,7 @@ void ConvertIgorTextMac(Workbench& bench) {
   const CountScaler toCount(h, 0);
   RequireCountsFit(toCount, *extremes);
 
-  bench.TemplateHeader = h;
-  StampTemplate(bench);
-  WriteAbfOutput(bench, [&](DataSectionWriter& out) {
+  WriteAbfOutput(bench, h, [&](DataSectionWriter& out) {
     std::vector<std::int64_t> firstSample(shares.size(), 0);
     for (std::size_t k = 1; k < shares.size(); ++k) {
       firstSample[k] = firstSample[k - 1] + summaries[k - 1].pieces;
@@ -184,5 +182,26 @@ void ConvertIgorTextMac(Workbench& bench) {
     });
   });
 }
+
+namespace {
+
+constexpr std::string_view kMacWaveStart = "IGOR\rWAVES\t";
+
+void ConvertIgorText(Workbench& bench) {
+  const auto& head = bench.WorkHeader.Bytes();
+  if (std::string_view(reinterpret_cast<const char*>(head.data()), kMacWaveStart.size()) ==
+      kMacWaveStart) {
+    ConvertIgorTextMac(bench);
+  } else {
+    TellNoConverter(bench, kPulseItxName);
+  }
+}
+
+}  // namespace
+
+const FormatDescriptor kIgorTextFormat{
+    "Igor Text File (Mac)",
+    [](const RecognitionInput& in) { return in.ProbeStartsWith("IGOR"); },
+    ConvertIgorText};
 
 }  // namespace convora

@@ -1,4 +1,4 @@
-#include "formats/PieceCuts.h"
+#include "formats/igortext/PieceCuts.h"
 
 #include <bit>
 #include <cstring>

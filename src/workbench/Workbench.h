@@ -10,7 +10,7 @@
 #include "abf/AbfHeader.h"
 #include "abf/AbfOutput.h"
 #include "abf/StartDateTime.h"
-#include "app/Prompter.h"
+#include "workbench/Prompter.h"
 
 namespace convora {
 
@@ -53,13 +53,17 @@ class Workbench {
   Clock clock_;
 };
 
-// Stamps the start date and time into TemplateHeader and switches autosampling
-// off, as every conversion does before it writes.
-void StampTemplate(Workbench& bench);
+// What every conversion starts from: a copy of TemplateHeader with the start
+// date and time stamped and autosampling off. The conversion patches the copy.
+AbfHeader StampedTemplate(const Workbench& bench);
 
-// The end of every conversion: writes TemplateHeader and the samples to
-// OutputNameFor(SelectedFilePath) and adds that file to List1.
-std::filesystem::path WriteAbfOutput(Workbench& bench, const SampleProducer& produceSamples);
+// The end of every conversion: writes `header` and the samples to
+// OutputNameFor(SelectedFilePath). Only once the file is written does `header`
+// become TemplateHeader, for the next conversion of the run to start from,
+// and the file join List1: a file refused or failed on the way leaves the
+// template as it was.
+std::filesystem::path WriteAbfOutput(Workbench& bench, const AbfHeader& header,
+                                     const SampleProducer& produceSamples);
 
 // What a sample interval typed by the user may be.
 enum class IntervalRule { kAnyNumber, kPositive };

@@ -1,4 +1,4 @@
-#include "app/Workbench.h"
+#include "workbench/Workbench.h"
 
 #include <cmath>
 #include <string>
@@ -16,15 +16,19 @@ void ConversionList::Add(const std::filesystem::path& written) {
 Workbench::Workbench(const AbfHeader& templateHeader, Prompter& prompter, Clock clock)
     : TemplateHeader(templateHeader), prompter_(prompter), clock_(std::move(clock)) {}
 
-void StampTemplate(Workbench& bench) {
-  StampStartDateTime(bench.TemplateHeader, bench.Now());
-  bench.TemplateHeader.Set(abf::nAutosampleEnable, std::int16_t{0});
-  bench.TemplateHeader.Set(abf::fAutosampleAdditGain, 1.0f);
+AbfHeader StampedTemplate(const Workbench& bench) {
+  AbfHeader header = bench.TemplateHeader;
+  StampStartDateTime(header, bench.Now());
+  header.Set(abf::nAutosampleEnable, std::int16_t{0});
+  header.Set(abf::fAutosampleAdditGain, 1.0f);
+  return header;
 }
 
-std::filesystem::path WriteAbfOutput(Workbench& bench, const SampleProducer& produceSamples) {
+std::filesystem::path WriteAbfOutput(Workbench& bench, const AbfHeader& header,
+                                     const SampleProducer& produceSamples) {
   const auto output = OutputNameFor(bench.SelectedFilePath);
-  WriteAbfFile(bench.TemplateHeader, bench.SelectedFilePath, output, produceSamples);
+  WriteAbfFile(header, bench.SelectedFilePath, output, produceSamples);
+  bench.TemplateHeader = header;
   bench.List1.Add(output);
   return output;
 }

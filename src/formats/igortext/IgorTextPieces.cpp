@@ -1,11 +1,11 @@
-#include "formats/IgorTextPieces.h"
+#include "formats/igortext/IgorTextPieces.h"
 
 #include <algorithm>
 #include <string_view>
 #include <vector>
 
-#include "formats/PieceCuts.h"
-#include "formats/PieceNumberReader.h"
+#include "formats/igortext/PieceCuts.h"
+#include "formats/igortext/PieceNumberReader.h"
 
 namespace convora {
 namespace {

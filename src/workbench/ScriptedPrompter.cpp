@@ -1,4 +1,4 @@
-#include "app/ScriptedPrompter.h"
+#include "workbench/ScriptedPrompter.h"
 
 namespace convora {
 
@@ -30,6 +30,10 @@ std::optional<std::string> ScriptedPrompter::AskInput(const InputRequest& reques
 
 void ScriptedPrompter::Notice(std::string_view text) {
   transcript_.push_back("notice: " + std::string(text));
+}
+
+void ScriptedPrompter::ReportError(const std::filesystem::path& subject, std::string_view why) {
+  transcript_.push_back("error: " + subject.string() + ": " + std::string(why));
 }
 
 }  // namespace convora

@@ -3,6 +3,7 @@
 // boxes and the busy pointer. The window shows dialogs, the command line reads
 // options and the terminal, tests answer from a script.
 
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -42,6 +43,9 @@ class Prompter {
   // A line of information that is not a dialog (the window shows it in its
   // status bar, the command line on stderr).
   virtual void Notice(std::string_view text) = 0;
+  // A file (or folder) whose operation failed, and why: nothing was written
+  // for it (the window shows a box, the command line "error: PATH: WHY").
+  virtual void ReportError(const std::filesystem::path& subject, std::string_view why) = 0;
   virtual void SetBusy(bool busy) = 0;
 };
 

@@ -1,4 +1,4 @@
-#include "app/PreviewEnvelope.h"
+#include "tools/PreviewEnvelope.h"
 
 #include <functional>
 #include <vector>

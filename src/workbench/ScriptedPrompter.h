@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "app/Prompter.h"
+#include "workbench/Prompter.h"
 
 namespace convora {
 
@@ -26,9 +26,11 @@ class ScriptedPrompter : public Prompter {
   bool AskOkCancel(const Question& question) override;
   std::optional<std::string> AskInput(const InputRequest& request) override;
   void Notice(std::string_view text) override;
+  void ReportError(const std::filesystem::path& subject, std::string_view why) override;
   void SetBusy(bool busy) override { busy_ = busy; }
 
-  // One line per dialog, "TITLE: TEXT" (notices as "notice: TEXT").
+  // One line per dialog, "TITLE: TEXT" (notices as "notice: TEXT", errors as
+  // "error: PATH: WHY").
   const std::vector<std::string>& Transcript() const { return transcript_; }
   bool Busy() const { return busy_; }
 

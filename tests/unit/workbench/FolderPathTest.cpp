@@ -1,4 +1,4 @@
-#include "app/FolderPath.h"
+#include "workbench/FolderPath.h"
 
 #include <string>
 

@@ -1,0 +1,31 @@
+#pragma once
+// Formats that are recognised but have no converter yet. Each moves to a file
+// of its own when it gets one.
+
+#include "formats/FormatDescriptor.h"
+
+namespace convora {
+
+extern const FormatDescriptor kMatlabFormat;
+extern const FormatDescriptor kWinCdrFormat;
+extern const FormatDescriptor kScanFormat;
+extern const FormatDescriptor kWinWcpFormat;
+extern const FormatDescriptor kElsaaFormat;
+extern const FormatDescriptor kSpike2Format;
+extern const FormatDescriptor kIgorBinary5Format;
+extern const FormatDescriptor kChartWinFormat;
+extern const FormatDescriptor kTorvaneFormat;
+extern const FormatDescriptor kRacalFormat;
+extern const FormatDescriptor kCfsFormat;
+extern const FormatDescriptor kWinTidaFormat;
+extern const FormatDescriptor kTidaFormat;
+extern const FormatDescriptor kLumiraShortFormat;
+extern const FormatDescriptor kLumiraLongFormat;
+extern const FormatDescriptor kBrenlowFormat;
+extern const FormatDescriptor kOstrelFormat;
+extern const FormatDescriptor kDataQuestFormat;
+extern const FormatDescriptor kAcqKnowledgeMacFormat;
+extern const FormatDescriptor kAcqKnowledgePcFormat;
+extern const FormatDescriptor kLtpFormat;
+
+}  // namespace convora
