@@ -10,6 +10,7 @@
 #include "abf/LittleEndian.h"
 #include "abf/Numbers.h"
 #include "abf/SampleScaling.h"
+#include "abf/SweepLayout.h"
 #include "ascii/TextTable.h"
 
 namespace convora {
@@ -119,27 +120,6 @@ void Write(DataSectionWriter& out, std::vector<std::int16_t>& counts) {
   counts.clear();
 }
 
-// The synch array: one (start, length) pair of int32 per sweep, in samples
-// of the interleaved stream, so that readers cut the data into its sweeps.
-void MarkGapFree(AbfHeader& h) {
-  h.Set(abf::nOperationMode, std::int16_t{3});
-  h.Set(abf::lActualEpisodes, 1);
-  h.Set(abf::lSynchArrayPtr, 0);
-  h.Set(abf::lSynchArraySize, 0);
-}
-
-void WriteSynchArray(DataSectionWriter& out, std::int64_t padding, std::int32_t sweeps,
-                     std::int32_t perSweep) {
-  std::vector<std::uint8_t> bytes(static_cast<std::size_t>(padding), 0);
-  bytes.resize(bytes.size() + static_cast<std::size_t>(sweeps) * 8);
-  std::uint8_t* entry = bytes.data() + padding;
-  for (std::int32_t s = 0; s < sweeps; ++s, entry += 8) {
-    StoreLittleEndian<std::int32_t>(entry, s * perSweep);
-    StoreLittleEndian<std::int32_t>(entry + 4, perSweep);
-  }
-  out.WriteBytes(bytes);
-}
-
 }  // namespace
 
 void ConvertTable(Workbench& bench, SourceFile& source, const TableLayout& layout) {
@@ -189,23 +169,7 @@ void ConvertTable(Workbench& bench, SourceFile& source, const TableLayout& layou
     RequireCountsFit(toCount.back(), *scan.extremes[c]);
   }
 
-  const std::int64_t dataStart = std::int64_t{h.Get(abf::lDataSectionPtr)} * ABF_BLOCK_BYTES;
-  const std::int64_t dataEnd = dataStart + std::int64_t{samples} * 2;
-  const std::int64_t synchBlock = (dataEnd + ABF_BLOCK_BYTES - 1) / ABF_BLOCK_BYTES;
-  if (sweeps > 1) {
-    if (synchBlock > std::numeric_limits<std::int32_t>::max()) {
-      throw ConvoraError("the table is too large for an episodic ABF 1.x file (lSynchArrayPtr)");
-    }
-    h.Set(abf::nOperationMode, std::int16_t{5});
-    h.Set(abf::lActualEpisodes, static_cast<std::int32_t>(sweeps));
-    h.Set(abf::lEpisodesPerRun, static_cast<std::int32_t>(sweeps));
-    h.Set(abf::lNumSamplesPerEpisode, perSweep);
-    h.Set(abf::lSynchArrayPtr, static_cast<std::int32_t>(synchBlock));
-    h.Set(abf::lSynchArraySize, static_cast<std::int32_t>(sweeps));
-    h.Set(abf::fSynchTimeUnit, 0.0f);  // synch entries count samples, not microseconds
-  } else {
-    MarkGapFree(h);
-  }
+  const SweepLayout sweepLayout(h, static_cast<std::int32_t>(sweeps), perSweep);
 
   WriteAbfOutput(bench, h, [&](DataSectionWriter& out) {
     std::vector<std::int16_t> counts;
@@ -227,10 +191,7 @@ void ConvertTable(Workbench& bench, SourceFile& source, const TableLayout& layou
       if (rows != scan.rows) throw SourceChangedError();
     }
     Write(out, counts);
-    if (sweeps > 1) {
-      WriteSynchArray(out, synchBlock * ABF_BLOCK_BYTES - dataEnd,
-                      static_cast<std::int32_t>(sweeps), perSweep);
-    }
+    sweepLayout.WriteAfterSamples(out);
   });
   // The sweep layout belongs to this output only: a later conversion of the
   // run that does not set these fields must not point into a synch array its

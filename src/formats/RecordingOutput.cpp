@@ -1,0 +1,246 @@
+#include "formats/RecordingOutput.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <string_view>
+
+#include "abf/AbfOutput.h"
+#include "abf/ConvoraError.h"
+#include "abf/Numbers.h"
+#include "abf/SampleScaling.h"
+#include "abf/SweepLayout.h"
+
+namespace convora {
+namespace {
+
+constexpr float kAdcRange = 10.0f;
+constexpr std::int32_t kAdcResolution = 32768;
+// Scans read at a time, whatever the channel count: a bounded buffer.
+constexpr std::size_t kValuesPerRead = std::size_t{1} << 16;
+
+// How one kept channel becomes counts.
+struct ChannelStorage {
+  std::string name;
+  std::string unit;
+  double scale;   // unit value of one stored unit, after the unit change
+  double offset;
+  float scaleFactor;      // fInstrumentScaleFactor
+  bool keepsCounts;       // count = stored + shift
+  double shift = 0.0;
+};
+
+std::string ChannelLabel(const RecordedChannel& channel, std::size_t index) {
+  const std::string name = AsciiText(channel.name);
+  return name.empty() ? "channel " + std::to_string(index + 1)
+                      : "channel " + std::to_string(index + 1) + " (" + name + ")";
+}
+
+// Visits every scan of every sweep in bounded stretches: `visit(values, scans)`
+// gets the interleaved values of all the recording's channels.
+template <typename Visit>
+void ForEachStretch(const Recording& recording, ScanReader& reader, Visit visit) {
+  const std::size_t channels = recording.channels.size();
+  const std::int64_t perRead = std::max<std::int64_t>(1, kValuesPerRead / channels);
+  std::vector<double> values;
+  for (std::int64_t sweep = 0; sweep < recording.sweeps; ++sweep) {
+    for (std::int64_t first = 0; first < recording.scansPerSweep; first += perRead) {
+      const std::int64_t scans = std::min(perRead, recording.scansPerSweep - first);
+      values.assign(static_cast<std::size_t>(scans) * channels, 0.0);
+      reader.ReadScans(sweep, first, values);
+      visit(std::span<const double>(values), scans);
+    }
+  }
+}
+
+ChannelStorage StorageFor(const RecordedChannel& channel, std::size_t index,
+                          const std::optional<Extremes>& stored) {
+  ChannelStorage storage{AsciiText(channel.name), AsciiText(channel.unit), channel.scale,
+                         channel.offset, 1.0f, false};
+  for (const UnitConversion& si : {kAmperesAsPicoamperes, kVoltsAsMillivolts}) {
+    if (storage.unit == std::string_view(si.unit).substr(1)) {
+      storage.unit = si.unit;
+      storage.scale *= si.factor;
+      storage.offset *= si.factor;
+    }
+  }
+  if (!std::isfinite(storage.scale) || !std::isfinite(storage.offset) || storage.scale == 0.0) {
+    throw ConvoraError(ChannelLabel(channel, index) + " has no usable scale (" +
+                       std::to_string(channel.scale) + ") or offset (" +
+                       std::to_string(channel.offset) + ")");
+  }
+  const double low = stored ? stored->Minimum() : 0.0;
+  const double high = stored ? stored->Maximum() : 0.0;
+
+  if (channel.wholeCounts && storage.scale > 0.0) {
+    const double shift = std::nearbyint(storage.offset / storage.scale);
+    const bool wholeShift = std::fabs(shift * storage.scale - storage.offset) <=
+                            1e-9 * std::max(1.0, std::fabs(storage.offset));
+    const auto factor = NarrowToSingle(kAdcRange / (kAdcResolution * storage.scale));
+    if (wholeShift && factor && std::isnormal(*factor) && low + shift >= -32768.0 &&
+        high + shift <= 32767.0) {
+      storage.keepsCounts = true;
+      storage.shift = shift;
+      storage.scaleFactor = *factor;
+      return storage;
+    }
+  }
+  const double a = low * storage.scale + storage.offset;
+  const double b = high * storage.scale + storage.offset;
+  const double peak = std::max(std::fabs(a), std::fabs(b));
+  if (peak > 0.0) {
+    // count = value x 32768 x factor / 10: the peak lands at 16384.
+    const auto factor = NarrowToSingle(kAdcRange / 2.0 / peak);
+    if (!factor || !std::isnormal(*factor)) {
+      throw ConvoraError("the values of " + ChannelLabel(channel, index) +
+                         " are too large or too small to scale");
+    }
+    storage.scaleFactor = *factor;
+  }
+  return storage;
+}
+
+std::int16_t CountOf(const ChannelStorage& storage, double stored) {
+  if (storage.keepsCounts) return static_cast<std::int16_t>(stored + storage.shift);
+  const double value = stored * storage.scale + storage.offset;
+  // Within 16 bits by the choice of the factor: the peak maps to 16384.
+  return *RoundToInt16(value * kAdcResolution * static_cast<double>(storage.scaleFactor) /
+                       kAdcRange);
+}
+
+void SetHeader(AbfHeader& h, const Recording& recording,
+               const std::vector<ChannelStorage>& storage) {
+  const std::size_t kept = storage.size();
+  const double samples = static_cast<double>(recording.sweeps) *
+                         static_cast<double>(recording.scansPerSweep) * static_cast<double>(kept);
+  if (samples > std::numeric_limits<std::int32_t>::max()) {
+    throw ConvoraError("the recording holds more samples than an ABF 1.x file can count "
+                       "(lActualAcqLength)");
+  }
+  const auto interval = NarrowToSingle(recording.channelIntervalUs / static_cast<double>(kept));
+  if (!(recording.channelIntervalUs > 0.0) || !interval || !std::isnormal(*interval)) {
+    throw ConvoraError("the sample interval (" + std::to_string(recording.channelIntervalUs) +
+                       " us) cannot be stored in fADCSampleInterval");
+  }
+  h.Set(abf::nDataFormat, std::int16_t{0});
+  h.Set(abf::lActualAcqLength, static_cast<std::int32_t>(samples));
+  h.Set(abf::fADCSampleInterval, *interval);
+  h.Set(abf::fADCSecondSampleInterval, 0.0f);
+  if (const auto seconds = SecondsPerRunOf(h)) h.Set(abf::fSecondsPerRun, *seconds);
+  h.Set(abf::fADCRange, kAdcRange);
+  h.Set(abf::lADCResolution, kAdcResolution);
+  h.Set(abf::nADCNumChannels, static_cast<std::int16_t>(kept));
+  for (std::size_t k = 0; k < abf::nADCSamplingSeq.count; ++k) {
+    if (k < kept) {
+      SetChannelFields(h, k, storage[k].unit, storage[k].scaleFactor);
+      h.Set(abf::sADCChannelName, k, storage[k].name);
+    } else {
+      h.Set(abf::nADCSamplingSeq, k, std::int16_t{-1});
+    }
+  }
+  if (recording.start) {
+    const LocalDateTime& t = *recording.start;
+    h.Set(abf::lFileStartDate, t.year * 10000 + t.month * 100 + t.day);
+    h.Set(abf::lFileStartTime, t.hour * 3600 + t.minute * 60 + t.second);
+  }
+}
+
+}  // namespace
+
+std::string AsciiText(std::string_view text) {
+  std::string ascii;
+  for (std::size_t i = 0; i < text.size();) {
+    const auto byte = static_cast<unsigned char>(text[i]);
+    if (byte < 0x80) {
+      ascii += static_cast<char>(byte);
+      ++i;
+      continue;
+    }
+    // A UTF-8 sequence: its lead byte says how many bytes follow.
+    std::size_t length = byte >= 0xF0 ? 4 : byte >= 0xE0 ? 3 : byte >= 0xC0 ? 2 : 1;
+    bool utf8 = length > 1 && i + length <= text.size();
+    for (std::size_t k = 1; utf8 && k < length; ++k) {
+      utf8 = (static_cast<unsigned char>(text[i + k]) & 0xC0) == 0x80;
+    }
+    if (!utf8) length = 1;  // a single-byte character, as in Latin-1
+    const std::string_view character = text.substr(i, length);
+    const bool micro = character == "\xC2\xB5" || character == "\xCE\xBC" || character == "\xB5";
+    ascii += micro ? 'u' : '?';
+    i += length;
+  }
+  return ascii;
+}
+
+std::filesystem::path WriteRecording(Workbench& bench, const Recording& recording,
+                                     ScanReader& reader) {
+  const std::size_t channels = recording.channels.size();
+  if (channels == 0) throw ConvoraError("the recording holds no analog channel to convert");
+  if (recording.sweeps < 1 || recording.scansPerSweep < 1) {
+    throw ConvoraError("the recording holds no samples");
+  }
+  const std::size_t kept = std::min(channels, kMaxAbfChannels);
+
+  // First pass: the extremes of the stored values of every kept channel.
+  std::vector<std::optional<Extremes>> extremes(kept);
+  ForEachStretch(recording, reader, [&](std::span<const double> values, std::int64_t scans) {
+    for (std::int64_t s = 0; s < scans; ++s) {
+      for (std::size_t c = 0; c < kept; ++c) {
+        const double value = values[static_cast<std::size_t>(s) * channels + c];
+        if (!std::isfinite(value)) {
+          throw ConvoraError(ChannelLabel(recording.channels[c], c) +
+                             " holds a value that is not a finite number");
+        }
+        if (extremes[c]) {
+          extremes[c]->Add(value);
+        } else {
+          extremes[c].emplace(value);
+        }
+      }
+    }
+  });
+  std::vector<ChannelStorage> storage;
+  for (std::size_t c = 0; c < kept; ++c) {
+    storage.push_back(StorageFor(recording.channels[c], c, extremes[c]));
+  }
+
+  AbfHeader h = StampedTemplate(bench);
+  SetHeader(h, recording, storage);
+  const auto perSweep = static_cast<std::int32_t>(recording.scansPerSweep * kept);
+  const SweepLayout sweepLayout(h, static_cast<std::int32_t>(recording.sweeps), perSweep);
+
+  if (kept < channels) {
+    std::string names;
+    for (std::size_t c = kept; c < channels; ++c) {
+      names += (c > kept ? ", " : "") + ChannelLabel(recording.channels[c], c);
+    }
+    bench.Prompt().Notice(bench.SelectedFilePath.string() + ": an ABF 1.x file holds " +
+                          std::to_string(kMaxAbfChannels) + " channels; left out: " + names);
+  }
+
+  const auto output = WriteAbfOutput(bench, h, [&](DataSectionWriter& out) {
+    BatchedSamples counts(out);
+    ForEachStretch(recording, reader, [&](std::span<const double> values, std::int64_t scans) {
+      const std::span<std::int16_t> room = counts.Next(static_cast<std::size_t>(scans) * kept);
+      for (std::int64_t s = 0; s < scans; ++s) {
+        for (std::size_t c = 0; c < kept; ++c) {
+          const double value = values[static_cast<std::size_t>(s) * channels + c];
+          // A value beyond what the first pass saw: the source changed under us.
+          if (!std::isfinite(value) || value < extremes[c]->Minimum() ||
+              value > extremes[c]->Maximum()) {
+            throw SourceChangedError();
+          }
+          room[static_cast<std::size_t>(s) * kept + c] = CountOf(storage[c], value);
+        }
+      }
+    });
+    counts.Finish();
+    sweepLayout.WriteAfterSamples(out);
+  });
+  // The sweep layout belongs to this output: a later conversion of the run
+  // that sets no sweeps of its own must not point into a synch array its file
+  // does not have.
+  MarkGapFree(bench.TemplateHeader);
+  return output;
+}
+
+}  // namespace convora

@@ -1,0 +1,79 @@
+#pragma once
+// The one way the format converters write what they read: a converter
+// describes the recording (its channels, timing and sweeps) and hands over a
+// reader of its stored values; this step chooses how each channel is stored
+// in 16 bits, fills the header and writes the ABF file beside the source.
+//
+// How values are stored:
+// - Whole counts (int8 and int16 sources) are kept as they are, their gain in
+//   the channel's fInstrumentScaleFactor and any offset folded into the
+//   counts when it is a whole number of counts and they still fit.
+// - Everything else is scaled so that the channel's larger extreme magnitude
+//   lands at half of full scale (an all-zero channel keeps a factor of 1).
+// Every channel shares fADCRange 10 and lADCResolution 32768, and readers get
+// back each value to within one count. Amperes are stored as pA and volts as
+// mV; units and names are stored in ASCII.
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "abf/StartDateTime.h"
+#include "workbench/Workbench.h"
+
+namespace convora {
+
+// ABF 1.x has room for this many channels.
+inline constexpr std::size_t kMaxAbfChannels = 16;
+
+struct RecordedChannel {
+  std::string name;
+  std::string unit;
+  // value = stored x scale + offset, in `unit`.
+  double scale = 1.0;
+  double offset = 0.0;
+  // The stored values are whole numbers within 16 bits (counts of a
+  // converter), and are kept so where they can be.
+  bool wholeCounts = false;
+};
+
+struct Recording {
+  // In the source's order. Past the 16 that fit, channels are named in a
+  // notice and left out.
+  std::vector<RecordedChannel> channels;
+  // Microseconds between two samples of one channel.
+  double channelIntervalUs = 0.0;
+  // One sweep is a gap-free recording; more are episodes of equal length.
+  std::int64_t sweeps = 1;
+  // Samples of each channel in one sweep.
+  std::int64_t scansPerSweep = 0;
+  // When the recording started, where the source says.
+  std::optional<LocalDateTime> start;
+};
+
+// Reads a recording's stored values a stretch at a time.
+class ScanReader {
+ public:
+  virtual ~ScanReader() = default;
+  // Fills `out` with scans [first, first + out.size() / channels) of `sweep`,
+  // one value per channel of the recording (all of them, the ones left out
+  // included) in channel order. Throws ConvoraError where the source cannot
+  // give them.
+  virtual void ReadScans(std::int64_t sweep, std::int64_t first, std::span<double> out) = 0;
+};
+
+// Writes `recording` to OutputNameFor(bench.SelectedFilePath) through the
+// output procedure, reading the values twice (extremes, then counts).
+// Throws ConvoraError, with nothing written, for a recording that ABF 1.x
+// cannot hold or whose values cannot be stored.
+std::filesystem::path WriteRecording(Workbench& bench, const Recording& recording,
+                                     ScanReader& reader);
+
+// `text` in ASCII, as ABF readers expect: a micro sign becomes "u", any other
+// character outside ASCII "?". Takes UTF-8 and single-byte (Latin-1) text.
+std::string AsciiText(std::string_view text);
+
+}  // namespace convora

@@ -1,0 +1,122 @@
+#include "formats/RecordingOutput.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "abf/ConvoraError.h"
+#include "support/TestSupport.h"
+
+namespace convora {
+namespace {
+
+// Values of channel c at scan s of sweep w: a table the test fills.
+class TableReader : public ScanReader {
+ public:
+  TableReader(std::size_t channels, std::int64_t scans, std::vector<double> values)
+      : channels_(channels), scans_(scans), values_(std::move(values)) {}
+  void ReadScans(std::int64_t sweep, std::int64_t first, std::span<double> out) override {
+    const auto from = static_cast<std::size_t>((sweep * scans_ + first)) * channels_;
+    std::copy_n(values_.begin() + static_cast<std::ptrdiff_t>(from), out.size(), out.begin());
+  }
+
+ private:
+  std::size_t channels_;
+  std::int64_t scans_;
+  std::vector<double> values_;
+};
+
+struct RecordingOutputTest : testing::Test {
+  test::BenchFixture f;
+  test::Bytes Write(const Recording& recording, std::vector<double> values) {
+    f.Select("rec.dat", {});
+    TableReader reader(recording.channels.size(), recording.scansPerSweep, std::move(values));
+    return test::ReadFile(WriteRecording(f.bench, recording, reader));
+  }
+};
+
+TEST_F(RecordingOutputTest, CountsKeepTheirValuesAndOtherValuesAreScaledToTheirPeak) {
+  Recording r;
+  // Counts with a zero level of 100 counts, volts (stored as mV) scaled to 2 V.
+  r.channels = {{"Im", "A", 1e-12, -100e-12, true}, {"Vm\xC2\xB5", "V", 1.0, 0.0, false}};
+  r.channelIntervalUs = 100;
+  r.sweeps = 2;
+  r.scansPerSweep = 2;
+  r.start = LocalDateTime{2024, 3, 9, 10, 20, 30};
+  const auto file = Write(r, {100, 2.0, 32867, -1.0, 99, 0.5, -32668, 0.0});
+
+  const AbfHeader h = test::HeaderOf(file);
+  EXPECT_EQ(h.Get(abf::nADCNumChannels), 2);
+  EXPECT_EQ(h.Get(abf::nOperationMode), 5);
+  EXPECT_EQ(h.Get(abf::lActualEpisodes), 2);
+  EXPECT_EQ(h.Get(abf::lNumSamplesPerEpisode), 4);
+  EXPECT_EQ(h.Get(abf::lActualAcqLength), 8);
+  EXPECT_EQ(h.Get(abf::fADCSampleInterval), 50.0f);
+  EXPECT_EQ(h.Get(abf::lFileStartDate), 20240309);
+  EXPECT_EQ(h.Get(abf::lFileStartTime), 37230);
+  EXPECT_EQ(h.Get(abf::sADCUnits, 0), "pA      ");
+  EXPECT_EQ(h.Get(abf::sADCUnits, 1), "mV      ");
+  EXPECT_EQ(h.Get(abf::sADCChannelName, 1), "Vmu       ");
+  EXPECT_EQ(h.Get(abf::nADCSamplingSeq, 2), -1);
+  // 1 pA per count; the peak of 2000 mV at 16384 counts.
+  EXPECT_EQ(h.Get(abf::fInstrumentScaleFactor, 0), static_cast<float>(10.0 / 32768));
+  EXPECT_EQ(h.Get(abf::fInstrumentScaleFactor, 1), static_cast<float>(5.0 / 2000));
+  EXPECT_EQ(test::SamplesOf(file, 8),
+            (std::vector<std::int16_t>{0, 16384, 32767, -8192, -1, 4096, -32768, 0}));
+  // The synch array follows the samples, block aligned: (start, length) per sweep.
+  const std::size_t synch = static_cast<std::size_t>(h.Get(abf::lSynchArrayPtr)) * 512;
+  ASSERT_EQ(file.size(), synch + 16);
+  EXPECT_EQ(file[synch + 8], 4);
+  // The next conversion of the run does not inherit the sweeps.
+  EXPECT_EQ(f.bench.TemplateHeader.Get(abf::nOperationMode), 3);
+}
+
+TEST_F(RecordingOutputTest, CountsThatWouldOverflowWithTheirOffsetAreScaledInstead) {
+  Recording r;
+  r.channels = {{"a", "pA", 1.0, 10.0, true}};
+  r.channelIntervalUs = 10;
+  r.scansPerSweep = 2;
+  const auto file = Write(r, {32767, -32768});
+  // 32777 pA is the peak: at 16384 counts.
+  EXPECT_EQ(test::SamplesOf(file, 2), (std::vector<std::int16_t>{16384, -16375}));
+  EXPECT_EQ(test::HeaderOf(file).Get(abf::nOperationMode), 3);
+}
+
+TEST_F(RecordingOutputTest, SeventeenChannelsKeepSixteenAndNameTheRest) {
+  Recording r;
+  for (int c = 0; c < 17; ++c) r.channels.push_back({"c" + std::to_string(c), "mV", 1, 0, true});
+  r.channelIntervalUs = 17;
+  r.scansPerSweep = 1;
+  const auto file = Write(r, std::vector<double>(17, 3.0));
+  EXPECT_EQ(test::HeaderOf(file).Get(abf::nADCNumChannels), 16);
+  EXPECT_EQ(test::HeaderOf(file).Get(abf::fADCSampleInterval), 17.0f / 16);
+  EXPECT_EQ(f.prompter.Transcript().back(),
+            "notice: " + f.bench.SelectedFilePath.string() +
+                ": an ABF 1.x file holds 16 channels; left out: channel 17 (c16)");
+}
+
+TEST_F(RecordingOutputTest, RefusesWhatCannotBeStoredAndLeavesTheTemplateAlone) {
+  const AbfHeader before = f.bench.TemplateHeader;
+  Recording r;
+  r.channels = {{"a", "mV", 1, 0, false}};
+  r.channelIntervalUs = 10;
+  r.scansPerSweep = 2;
+  EXPECT_THROW(Write(r, {1.0, std::nan("")}), ConvoraError);
+  r.channelIntervalUs = 0;
+  EXPECT_THROW(Write(r, {1.0, 2.0}), ConvoraError);
+  r.channels.clear();
+  EXPECT_THROW(Write(r, {}), ConvoraError);
+  EXPECT_EQ(f.bench.TemplateHeader.Bytes(), before.Bytes());
+  EXPECT_TRUE(f.bench.List1.Entries().empty());
+}
+
+TEST(AsciiText, MicroSignsBecomeUAndOtherLettersAQuestionMark) {
+  EXPECT_EQ(AsciiText("\xC2\xB5V"), "uV");   // UTF-8 micro sign
+  EXPECT_EQ(AsciiText("\xCE\xBCV"), "uV");   // Greek mu
+  EXPECT_EQ(AsciiText("\xB5V"), "uV");       // Latin-1 micro sign
+  EXPECT_EQ(AsciiText("\xC3\xA9t\xE9"), "?t?");
+  EXPECT_EQ(AsciiText("pA"), "pA");
+}
+
+}  // namespace
+}  // namespace convora
