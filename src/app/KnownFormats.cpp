@@ -2,11 +2,7 @@
 
 #include <array>
 
-#include "formats/Axograph.h"
-#include "formats/IgorBinary.h"
-#include "formats/KestrinCdr.h"
-#include "formats/Unconverted.h"
-#include "formats/igortext/IgorTextMac.h"
+#include "app/AllFormats.h"
 
 namespace convora {
 

@@ -1,11 +1,6 @@
 #include "app/Recognition.h"
 
-#include "formats/AbfOrEventFile.h"
-#include "formats/Axograph.h"
-#include "formats/IgorBinary.h"
-#include "formats/KestrinCdr.h"
-#include "formats/Unconverted.h"
-#include "formats/igortext/IgorTextMac.h"
+#include "app/AllFormats.h"
 
 namespace convora {
 namespace {

@@ -52,11 +52,6 @@ const FormatDescriptor kElsaaFormat{"ELSAA Data Files",
     [](const RecognitionInput& in) { return Contains(in.Probe(), "ELSAA"); }, nullptr};
 const FormatDescriptor kSpike2Format{"CED Spike2 Data File (smr)",
     [](const RecognitionInput& in) { return in.CharsAt(2, 10).starts_with("(C) CED"); }, nullptr};
-const FormatDescriptor kIgorBinary5Format{"Igor Binary File v5",
-    [](const RecognitionInput& in) {
-      const std::int16_t version = Int16At(in, 0);
-      return (version == 5 || version == 1280) && Contains(in.LowerPath(), ".ibw");
-    }, nullptr};
 const FormatDescriptor kChartWinFormat{"Chart for Windows (*.adicht) data files",
     [](const RecognitionInput& in) {
       // "ADInst" in UTF-16, up to its last letter's low byte.

@@ -12,7 +12,6 @@ extern const FormatDescriptor kScanFormat;
 extern const FormatDescriptor kWinWcpFormat;
 extern const FormatDescriptor kElsaaFormat;
 extern const FormatDescriptor kSpike2Format;
-extern const FormatDescriptor kIgorBinary5Format;
 extern const FormatDescriptor kChartWinFormat;
 extern const FormatDescriptor kTorvaneFormat;
 extern const FormatDescriptor kRacalFormat;

@@ -1,0 +1,10 @@
+#pragma once
+// Every format's descriptor, for the recognition table and the format list.
+
+#include "formats/AbfOrEventFile.h"
+#include "formats/Axograph.h"
+#include "formats/IgorBinary.h"
+#include "formats/IgorBinary5.h"
+#include "formats/KestrinCdr.h"
+#include "formats/Unconverted.h"
+#include "formats/igortext/IgorTextMac.h"

@@ -1,0 +1,110 @@
+#include "formats/IgorBinary5.h"
+
+#include <gtest/gtest.h>
+
+#include "abf/ConvoraError.h"
+#include "support/TestSupport.h"
+
+// Waves laid out as WaveMetrics Technical Note 003 describes version 5: a
+// 64-byte BinHeader5, a 320-byte WaveHeader5, the data, then the sections
+// whose sizes the BinHeader5 gives (here the extended data units).
+
+namespace convora {
+namespace {
+
+struct Wave {
+  bool bigEndian = false;
+  std::int16_t type = 0x10;
+  std::int32_t rows = 3, columns = 0, layers = 0;
+  double step = 1e-4;
+  std::string xUnit = "s", dataUnit = "pA", extendedUnit;
+  std::vector<double> values;  // column by column
+};
+
+test::Bytes Make(const Wave& w) {
+  test::ByteBuilder b;
+  const auto i16 = [&](std::int16_t v) { w.bigEndian ? b.Int16BE(v) : b.Int16LE(v); };
+  const auto i32 = [&](std::int32_t v) { w.bigEndian ? b.Int32BE(v) : b.Int32LE(v); };
+  const std::size_t size = w.type == 0x04 ? 8 : w.type == 0x02 ? 4 : 2;
+  const auto dataBytes = static_cast<std::int32_t>(w.values.size() * size);
+  i16(5);
+  i16(0);
+  i32(320 + dataBytes);  // wfmSize
+  i32(0);
+  i32(0);
+  i32(static_cast<std::int32_t>(w.extendedUnit.size()));
+  b.PadTo(64 + 12);
+  i32(static_cast<std::int32_t>(w.values.size()));
+  i16(w.type);
+  b.PadTo(64 + 28).Text("trace", 32).PadTo(64 + 68);
+  i32(w.rows);
+  i32(w.columns);
+  i32(w.layers);
+  i32(0);
+  w.bigEndian ? b.DoubleBE(w.step) : b.DoubleLE(w.step);
+  b.PadTo(64 + 148).Text(w.dataUnit, 4).Text(w.xUnit, 4).PadTo(384);
+  for (double v : w.values) {
+    if (w.type == 0x04) {
+      w.bigEndian ? b.DoubleBE(v) : b.DoubleLE(v);
+    } else {
+      i16(static_cast<std::int16_t>(v));
+    }
+  }
+  return b.Text(w.extendedUnit).Get();
+}
+
+struct IgorBinary5Test : testing::Test {
+  test::BenchFixture f;
+  test::Bytes Convert(const Wave& wave) {
+    f.Select("cell.ibw", Make(wave));
+    ConvertIgor5(f.bench);
+    return test::ReadFile(f.dir / "cell.ABF");
+  }
+};
+
+TEST_F(IgorBinary5Test, TheColumnsOfABigEndianIntegerWaveAreChannelsKeptAsCounts) {
+  Wave w{.bigEndian = true, .rows = 3, .columns = 2, .step = 0.1, .xUnit = "ms",
+         .extendedUnit = "uV", .values = {1, 2, 3, -4, -5, -6}};
+  const auto file = Convert(w);
+  const AbfHeader h = test::HeaderOf(file);
+  EXPECT_EQ(h.Get(abf::nADCNumChannels), 2);
+  EXPECT_EQ(h.Get(abf::fADCSampleInterval), 50.0f);
+  EXPECT_EQ(h.Get(abf::sADCUnits, 1), "uV      ");
+  EXPECT_EQ(h.Get(abf::sADCChannelName, 1), "trace_1   ");
+  EXPECT_EQ(test::SamplesOf(file, 6), (std::vector<std::int16_t>{1, -4, 2, -5, 3, -6}));
+}
+
+TEST_F(IgorBinary5Test, DoublesInVoltsAreScaledToTheirPeakInMillivolts) {
+  const auto file = Convert({.type = 0x04, .rows = 0, .dataUnit = "V", .values = {0.5, -1.0}});
+  const AbfHeader h = test::HeaderOf(file);
+  EXPECT_EQ(h.Get(abf::sADCUnits, 0), "mV      ");
+  EXPECT_EQ(h.Get(abf::fADCSampleInterval), 100.0f);
+  EXPECT_EQ(test::SamplesOf(file, 2), (std::vector<std::int16_t>{8192, -16384}));
+}
+
+TEST_F(IgorBinary5Test, WavesWithNothingToConvertAreRefusedByName) {
+  const std::vector<std::pair<Wave, std::string>> refused = {
+      {{.type = 0, .values = {1, 2, 3}}, "text wave"},
+      {{.type = 0x11, .values = {1, 2, 3}}, "complex"},
+      {{.rows = 1, .columns = 1, .layers = 3, .values = {1, 2, 3}}, "more than 2 dimensions"},
+      {{.values = {}}, "no points"},
+      {{.xUnit = "Hz", .values = {1, 2, 3}}, "not a time"},
+  };
+  for (const auto& [wave, why] : refused) {
+    f.Select("cell.ibw", Make(wave));
+    try {
+      ConvertIgor5(f.bench);
+      ADD_FAILURE() << why;
+    } catch (const ConvoraError& e) {
+      EXPECT_NE(std::string(e.what()).find(why), std::string::npos) << e.what();
+    }
+  }
+  test::Bytes cut = Make({.values = {1, 2, 3}});
+  cut.resize(cut.size() - 1);
+  f.Select("cell.ibw", cut);
+  EXPECT_THROW(ConvertIgor5(f.bench), ConvoraError);
+  EXPECT_FALSE(std::filesystem::exists(f.dir / "cell.ABF"));
+}
+
+}  // namespace
+}  // namespace convora
