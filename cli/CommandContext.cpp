@@ -34,6 +34,7 @@ std::unique_ptr<Workbench> CommandContext::OpenWorkbench() {
     return nullptr;
   }
   auto bench = std::make_unique<Workbench>(*header, prompter_);
+  bench->EachFromTemplate = eachFromTemplate;
   bench->List1.Observe([this](const std::filesystem::path& written) {
     out_ << written.string() << '\n' << std::flush;
   });

@@ -26,6 +26,7 @@ class CommandContext {
                  std::filesystem::path programFolder);
 
   std::string templatePath;  // --template; empty for the one beside the program
+  bool eachFromTemplate = false;  // --each-from-template
   int exitCode = kExitOk;
 
   TerminalPrompter& Prompter() { return prompter_; }

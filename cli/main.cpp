@@ -21,6 +21,9 @@ int main(int argc, char** argv) {
   app.add_flag("--version", showVersion, "print the version and exit");
   app.add_option("--template", context.templatePath,
                  "the template header to use instead of the SamplABF.dat beside the program");
+  app.add_flag("--each-from-template", context.eachFromTemplate,
+               "start every file from the template as loaded, so that no field set by one "
+               "conversion carries over to the next");
 
   AddBinaryCommand(app, context);
   AddWavCommand(app, context);

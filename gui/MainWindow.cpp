@@ -1,5 +1,6 @@
 #include "MainWindow.h"
 
+#include <QCheckBox>
 #include <QGridLayout>
 #include <QSplitter>
 #include <QStatusBar>
@@ -104,6 +105,11 @@ QWidget* MainWindow::BuildButtons() {
       [this] { ForEachSelectedFile(GoingOn(ChangeSampleInterval)); });
   layout->addSpacing(12);
   add(12, "Refresh Directory", [this] { browser_->Refresh(); });
+  auto* fresh = new QCheckBox("Start every file from the template", panel);
+  fresh->setObjectName("EachFromTemplate");
+  fresh->setToolTip("Nothing set by one conversion carries over to the next");
+  connect(fresh, &QCheckBox::toggled, this, [this](bool on) { bench_.EachFromTemplate = on; });
+  layout->addWidget(fresh);
   layout->addStretch();
   return panel;
 }

@@ -23,6 +23,7 @@ bool FileRunner::Guarded(const std::filesystem::path& subject,
 
 AfterFile FileRunner::RunOn(const std::filesystem::path& file, const Action& action) {
   bench_.SelectedFilePath = file;
+  if (bench_.EachFromTemplate) bench_.TemplateHeader = bench_.LoadedTemplate;
   const std::size_t listedBefore = bench_.List1.Entries().size();
   AfterFile after = AfterFile::kGoOn;
   if (Guarded(file, [&] { after = action(bench_); }) &&

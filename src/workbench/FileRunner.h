@@ -23,7 +23,8 @@ class FileRunner {
 
   explicit FileRunner(Workbench& bench) : bench_(bench) {}
 
-  // Runs `action` on `file` as the selected file. A failure (ConvoraError, or
+  // Runs `action` on `file` as the selected file, from the template as loaded
+  // when the bench says every file starts from it. A failure (ConvoraError, or
   // anything else the standard library throws) is reported and counted.
   AfterFile RunOn(const std::filesystem::path& file, const Action& action);
   // The same for each file in order, until one stops the run; the files after

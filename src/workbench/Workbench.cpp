@@ -14,7 +14,7 @@ void ConversionList::Add(const std::filesystem::path& written) {
 }
 
 Workbench::Workbench(const AbfHeader& templateHeader, Prompter& prompter, Clock clock)
-    : TemplateHeader(templateHeader), prompter_(prompter), clock_(std::move(clock)) {}
+    : TemplateHeader(templateHeader), LoadedTemplate(templateHeader), prompter_(prompter), clock_(std::move(clock)) {}
 
 AbfHeader StampedTemplate(const Workbench& bench) {
   AbfHeader header = bench.TemplateHeader;

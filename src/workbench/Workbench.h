@@ -38,6 +38,10 @@ class Workbench {
   // Loaded once and never reset: a field one conversion sets stays set for the
   // next conversion of the run unless that one sets it again.
   AbfHeader TemplateHeader;
+  // The template as loaded, and whether every file starts from it instead
+  // (nothing then carries over from one conversion to the next).
+  const AbfHeader LoadedTemplate;
+  bool EachFromTemplate = false;
   // The first 6144 bytes of the file being examined or edited.
   AbfHeader WorkHeader;
   // Absolute path of the file being processed.
