@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "abf/AsciiText.h"
 #include "abf/ConvoraError.h"
 #include "abf/Numbers.h"
 
@@ -25,7 +26,7 @@ void SetChannelFields(AbfHeader& header, std::size_t channel, std::string_view u
 
 void SetChannelCalibration(AbfHeader& header, std::size_t channel, std::string_view unit,
                            std::optional<float> scaleFactor) {
-  header.Set(abf::sADCUnits, channel, unit);
+  header.Set(abf::sADCUnits, channel, AsciiText(unit));
   header.Set(abf::fADCProgrammableGain, channel, 1.0f);
   if (scaleFactor) header.Set(abf::fInstrumentScaleFactor, channel, *scaleFactor);
   header.Set(abf::fInstrumentOffset, channel, 0.0f);

@@ -23,7 +23,7 @@ namespace convora {
 std::filesystem::path OutputNameFor(const std::filesystem::path& source,
                                     std::string_view extension = ".ABF");
 
-// Channel k's unit text, unit gains and zero offsets. Without a scale factor
+// Channel k's unit text (in ASCII: AsciiText), unit gains and zero offsets. Without a scale factor
 // the channel keeps the one it had (a conversion whose range could not be used
 // leaves it so).
 void SetChannelCalibration(AbfHeader& header, std::size_t channel, std::string_view unit,

@@ -72,8 +72,4 @@ class ScanReader {
 std::filesystem::path WriteRecording(Workbench& bench, const Recording& recording,
                                      ScanReader& reader);
 
-// `text` in ASCII, as ABF readers expect: a micro sign becomes "u", any other
-// character outside ASCII "?". Takes UTF-8 and single-byte (Latin-1) text.
-std::string AsciiText(std::string_view text);
-
 }  // namespace convora

@@ -1,6 +1,7 @@
 // "Change Unit of ABF File": the unit text and instrument scale factor of one
 // channel, rewritten in the header; the samples stay as they are.
 
+#include "abf/AsciiText.h"
 #include "abf/Numbers.h"
 #include "tools/AbfTools.h"
 #include "tools/ToolSteps.h"
@@ -27,7 +28,7 @@ void ChangeUnitAndScaleFactor(Workbench& bench) {
       prompt.AskInput({"scale", "Please enter new scale factor.", "New Scale Factor", currentScale}),
       "scale factor");
 
-  header.Set(abf::sADCUnits, channel, unit);
+  header.Set(abf::sADCUnits, channel, AsciiText(unit));
   header.Set(abf::fInstrumentScaleFactor, channel, scale);
   RewriteSelectedHeader(bench);
 }
