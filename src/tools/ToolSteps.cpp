@@ -1,5 +1,6 @@
 #include "tools/ToolSteps.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "abf/ConvoraError.h"
@@ -37,7 +38,15 @@ std::size_t PhysicalChannelForAnswer(const AbfHeader& header, std::string_view a
     throw ConvoraError("channel number \"" + std::string(answer) +
                        "\" is not between 1 and 16");
   }
-  return PhysicalChannelAt(header, static_cast<std::size_t>(position));
+  const auto slot = static_cast<std::size_t>(position);
+  const std::int16_t channels = header.Get(abf::nADCNumChannels);
+  const std::int16_t sampled = header.Get(abf::nADCSamplingSeq, slot);
+  if (slot >= static_cast<std::size_t>(std::max<std::int16_t>(channels, 0)) &&
+      (sampled < 0 || sampled >= static_cast<std::int16_t>(kChannelSlots))) {
+    throw ConvoraError("channel number \"" + std::string(answer) + "\": this file has " +
+                       std::to_string(channels) + (channels == 1 ? " channel" : " channels"));
+  }
+  return PhysicalChannelAt(header, slot);
 }
 
 std::size_t PhysicalChannelAt(const AbfHeader& header, std::size_t position) {
@@ -60,7 +69,19 @@ std::size_t ChannelCountOf(const AbfHeader& header) {
 
 float AnswerAsSingle(const std::optional<std::string>& answer, std::string_view what) {
   if (!answer) throw ConvoraError("no " + std::string(what) + " was given");
-  const std::optional<double> number = ParseWholeNumber(*answer);
+  std::optional<double> number = ParseWholeNumber(*answer);
+  // A number followed by its unit ("50us") is read as the settings window
+  // reads it; text with no number in front is still an error, not a 0.
+  const std::size_t start = answer->find_first_not_of(" \t");
+  const std::string_view head =
+      start == std::string::npos ? std::string_view() : std::string_view(*answer).substr(start);
+  const auto digitAt = [&](std::size_t i) {
+    return i < head.size() && head[i] >= '0' && head[i] <= '9';
+  };
+  const std::size_t sign = !head.empty() && (head[0] == '+' || head[0] == '-') ? 1 : 0;
+  if (!number && (digitAt(sign) || (head.size() > sign && head[sign] == '.' && digitAt(sign + 1)))) {
+    number = LeadingNumber(head);
+  }
   if (!number) {
     throw ConvoraError("the " + std::string(what) + " \"" + *answer + "\" is not a number");
   }

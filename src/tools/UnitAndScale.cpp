@@ -13,10 +13,18 @@ void ChangeUnitAndScaleFactor(Workbench& bench) {
   AbfHeader& header = bench.WorkHeader;
   // The user counts positions of the sampling sequence; the unit and scale
   // tables are indexed by the physical channel sampled there.
-  const std::size_t channel =
-      header.Get(abf::nADCNumChannels) == 1
-          ? PhysicalChannelAt(header, 0)
-          : PhysicalChannelForAnswer(header, AskChannelNumber(bench));
+  const std::int16_t channels = header.Get(abf::nADCNumChannels);
+  std::string answer = "1";
+  if (channels != 1) answer = AskChannelNumber(bench);
+  const std::size_t channel = PhysicalChannelForAnswer(header, answer);
+  // A position past the file's channels is still edited, as it always was,
+  // when the sampling sequence names a channel there; the user hears of it.
+  if (const double position = LeadingNumber(answer); position > channels && channels > 0) {
+    bench.Prompt().Notice(bench.SelectedFilePath.string() + ": channel " + answer +
+                          " is beyond this file's " + std::to_string(channels) +
+                          " channels; editing physical channel " + std::to_string(channel) +
+                          ", which position " + answer + " of its sampling sequence names");
+  }
 
   Prompter& prompt = bench.Prompt();
   const std::string currentUnit = header.Get(abf::sADCUnits, channel);
