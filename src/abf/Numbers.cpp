@@ -102,12 +102,14 @@ double ValueOf(std::string_view number, const ScannedNumber& scanned) {
 
 }  // namespace
 
-double LeadingNumber(std::string_view text) {
+double LeadingNumber(std::string_view text) { return LeadingNumberIfAny(text).value_or(0.0); }
+
+std::optional<double> LeadingNumberIfAny(std::string_view text) {
   std::size_t start = 0;
   while (start < text.size() && (text[start] == ' ' || text[start] == '\t')) ++start;
   const std::string_view rest = text.substr(start);
   const ScannedNumber scanned = ScanNumber(rest);
-  if (scanned.length == 0) return 0.0;
+  if (scanned.length == 0) return std::nullopt;
   return ValueOf(rest, scanned);
 }
 

@@ -37,6 +37,8 @@ inline double ExactDecimal(std::uint64_t mantissa, int exponent, bool negative) 
 // and tabs before it are skipped; a sign, digits, a decimal point and an
 // exponent (e, E, d or D) are taken as far as they go.
 double LeadingNumber(std::string_view text);
+// The same, or nothing when the text does not start with a number.
+std::optional<double> LeadingNumberIfAny(std::string_view text);
 
 // The whole text as a number, blanks around it allowed; nothing when the text
 // is empty or holds anything else.

@@ -72,6 +72,7 @@ struct SignalColumn {
   std::string unit;
   std::optional<float> scaleFactor;  // nothing when its range gave none
   bool productsFit = false;  // no value's product leaves the float range
+  double range = 0.0;        // the magnitude put at half of full scale
 };
 
 // Values first ... first + count - 1 of a column as stored, in `values`.
@@ -143,15 +144,17 @@ SignalColumn ScanColumn(SourceFile& source, std::int64_t columnAt, std::int64_t 
 
   // The smaller magnitude: the larger side may run past full scale, and then
   // those samples overflow and stay 0 below.
-  column.scaleFactor = HalfScaleFactor(SmallerMagnitude(ColumnExtremes(source, column, points)));
+  column.range = SmallerMagnitude(ColumnExtremes(source, column, points));
+  column.scaleFactor = HalfScaleFactor(column.range);
   return column;
 }
 
 // The samples of `frames`, every described column scaled and interleaved
-// frame by frame, into `batch`.
+// frame by frame, into `batch`; adds to unstored[k] the samples of column k
+// that did not fit 16 bits.
 void WriteFrames(SourceFile& source, const std::vector<SignalColumn>& columns,
                  const std::vector<CountScaler>& toCount, int channels, Stretch frames,
-                 BatchedSamples& batch) {
+                 BatchedSamples& batch, std::vector<std::int64_t>& unstored) {
   const std::int64_t framesPerChunk = std::max<std::int64_t>(1, kChunkSamples / channels);
   const auto described = static_cast<int>(columns.size());
   std::vector<std::int16_t> columnCounts;
@@ -169,16 +172,38 @@ void WriteFrames(SourceFile& source, const std::vector<SignalColumn>& columns,
       // A count beyond 16 bits is not stored: ToCounts leaves the sample 0.
       if (columns[k].productsFit) {
         ReadStored(source, columns[k], first, count, values);
-        toCount[k].ToCounts(values, columns[k].unitFactor, scaled);
+        unstored[k] += toCount[k].ToCounts(values, columns[k].unitFactor, scaled);
       } else {
         ReadColumn(source, columns[k], first, count, values);
-        toCount[k].ToCounts(values, scaled);
+        unstored[k] += toCount[k].ToCounts(values, scaled);
       }
       if (channels == 1) continue;
       for (std::size_t i = 0; i < columnCounts.size(); ++i) {
         counts[i * channels + k] = columnCounts[i];
       }
     }
+  }
+}
+
+// The kept rules above change values: the user hears where and how much.
+void TellWhatChanged(Workbench& bench, const std::vector<SignalColumn>& columns,
+                     const std::vector<std::vector<std::int64_t>>& unstored, std::int64_t points) {
+  for (std::size_t k = 0; k < columns.size(); ++k) {
+    const std::string where =
+        bench.SelectedFilePath.string() + ": channel " + std::to_string(k + 1) + ": ";
+    if (columns[k].unitFactor == 0.0) {
+      bench.Prompt().Notice(where + "its title names no unit, (A) or (V), nor does an earlier "
+                                    "column's, so its values are stored as 0");
+      continue;
+    }
+    std::int64_t lost = 0;
+    for (const auto& run : unstored) lost += run[k];
+    if (lost == 0) continue;
+    bench.Prompt().Notice(where + std::to_string(lost) + " of " + std::to_string(points) +
+                          " samples lie past full scale and are stored as 0: the range is taken "
+                          "from the smaller extreme, +-" +
+                          FormatSingle(static_cast<float>(columns[k].range)) + " " +
+                          columns[k].unit + " at half scale");
   }
 }
 
@@ -244,18 +269,22 @@ void ConvertAxGr(Workbench& bench) {
   std::vector<CountScaler> toCount;
   for (int k = 0; k < described; ++k) toCount.emplace_back(h, static_cast<std::size_t>(k));
 
+  // Samples per run and column that did not fit: each run counts its own.
+  std::vector<std::vector<std::int64_t>> unstored;
   WriteAbfOutput(bench, h, [&](DataSectionWriter& out) {
     // Runs of frames, one to a core, each reading through a stream of its own.
     const std::vector<Stretch> frameRuns = ValueRunsFor(points, kValueBytes * described);
     std::vector<Stretch> sampleRuns;
     for (const Stretch& run : frameRuns) sampleRuns.push_back({run.from * channels, run.to * channels});
+    unstored.assign(frameRuns.size(), std::vector<std::int64_t>(columns.size(), 0));
     RunBatches batches(out, sampleRuns);
     RunParts(frameRuns.size(), [&](std::size_t k) {
       SourceFile own = source.Reopened();
-      WriteFrames(own, columns, toCount, channels, frameRuns[k], batches[k]);
+      WriteFrames(own, columns, toCount, channels, frameRuns[k], batches[k], unstored[k]);
     });
     batches.Finish();
   });
+  TellWhatChanged(bench, columns, unstored, points);
 }
 
 const FormatDescriptor kAxographFormat{

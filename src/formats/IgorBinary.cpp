@@ -214,6 +214,7 @@ void ConvertIgor(Workbench& bench) {
       WriteWave<double>(source, wave, unit, toCount, out);
     }
   });
+  TellCarriedChannelCount(bench, h);
 }
 
 const FormatDescriptor kIgorBinaryFormat{

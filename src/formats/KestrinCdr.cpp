@@ -79,6 +79,7 @@ void ConvertCDR(Workbench& bench) {
   WriteAbfOutput(bench, h, [&](DataSectionWriter& out) {
     CopyBytes(source, kFirstRecordAt, dataBytes, out);
   });
+  TellCarriedChannelCount(bench, h);
 }
 
 const FormatDescriptor kKestrinCdrFormat{

@@ -62,6 +62,20 @@ void ScaleToPeak(AbfHeader& h, SourceFile& source, const DataBlock& block, std::
   if (auto factor = HalfScaleFactor(peak)) h.Set(abf::fInstrumentScaleFactor, 0, *factor);
 }
 
+// Settings are read leniently, as the settings window always read them: a
+// text with no number in front counts as 0. The user hears of each.
+void TellOfSettingsReadAsZero(Workbench& bench, const BinarySettings& settings) {
+  const std::pair<const char*, const std::string*> numbers[] = {
+      {"byte location", &settings.byteLocation}, {"sample interval", &settings.sampleInterval},
+      {"ADC range", &settings.adcRange},         {"ADC resolution", &settings.adcResolution},
+      {"scale factor", &settings.scaleFactor},   {"channel count", &settings.channels}};
+  for (const auto& [name, text] : numbers) {
+    if (LeadingNumberIfAny(*text)) continue;
+    bench.Prompt().Notice(bench.SelectedFilePath.string() + ": the " + name + " \"" + *text +
+                          "\" is not a number and is read as 0");
+  }
+}
+
 }  // namespace
 
 void ConvertUnknownBinary(Workbench& bench, const BinarySettings& settings) {
@@ -79,6 +93,7 @@ void ConvertUnknownBinary(Workbench& bench, const BinarySettings& settings) {
   ApplyAcquisitionSettings(h, settings, *samples);
   if (settings.floatingPoint) ScaleToPeak(h, source, block, *samples, OrderOf(settings));
 
+  TellOfSettingsReadAsZero(bench, settings);
   WriteAbfOutput(bench, h, [&](DataSectionWriter& out) {
     if (!settings.floatingPoint) {
       CopyBytes(source, block.offset, std::int64_t{*samples} * 2, out, settings.swapBytes);

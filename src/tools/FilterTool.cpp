@@ -74,6 +74,22 @@ void WriteFiltered(SourceFile& source, const SampleSection& section, const Gauss
   }
 }
 
+// The two frequencies are compared as texts: where the numbers would have
+// passed, the user is told why they did not and how to write them.
+void TellOfTextComparison(Workbench& bench, const std::string& pre, const std::string& wanted) {
+  if (!(LeadingNumber(pre) > LeadingNumber(wanted))) return;
+  std::string hint = "give the new frequency as many digits before its point as the pre-filter "
+                     "frequency has";
+  const auto digits = [](const std::string& t) { return std::min(t.find_first_not_of("0123456789"), t.size()); };
+  if (digits(wanted) > 0 && digits(wanted) < digits(pre)) {
+    const std::string padded = std::string(digits(pre) - digits(wanted), '0') + wanted;
+    hint = "written as \"" + padded + "\" (--new " + padded + "), the new frequency passes";
+  }
+  bench.Prompt().Notice(bench.SelectedFilePath.string() + ": the frequencies are compared as " +
+                        "texts, and \"" + pre + "\" does not sort after \"" + wanted +
+                        "\"; " + hint);
+}
+
 }  // namespace
 
 AfterFile FilterAbfFile(Workbench& bench) {
@@ -109,6 +125,7 @@ AfterFile FilterAbfFile(Workbench& bench) {
   // Compared as texts, not numbers ("9" passes against "10", "10" fails
   // against "2"); kept on purpose, it is the check users know.
   if (preText <= newText) {
+    TellOfTextComparison(bench, preText, newText);
     prompt.ShowMessage("Filter Frequency",
                        "The pre-filter frequency should be bigger than new filter prequency.  "
                        "Please try again.");

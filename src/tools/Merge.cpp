@@ -3,6 +3,7 @@
 // and fSecondsPerRun are recomputed; everything else is the first file's, as
 // the warning tells the user.
 
+#include <algorithm>
 #include <limits>
 #include <string>
 
@@ -109,6 +110,43 @@ void AppendSamples(const ListedFile& source, AbfHeader& merged, OutputFile& outp
              static_cast<float>(secondsPerSample * merged.Get(abf::lActualAcqLength)));
 }
 
+// The settings a merged file takes from its first file alone. A later file
+// whose own differ is stored under the first one's, which changes its values
+// or its timing: the user hears which and by how much.
+void TellOfDifferentSettings(Workbench& bench, const std::vector<ListedFile>& files) {
+  const AbfHeader& first = files.front().header;
+  const auto text = [](auto value) { return FormatSingle(static_cast<float>(value)); };
+  for (std::size_t k = 1; k < files.size(); ++k) {
+    const AbfHeader& h = files[k].header;
+    std::vector<std::string> differences;
+    const auto compare = [&](const std::string& what, auto mine, auto theirs) {
+      if (mine != theirs) differences.push_back(what + " " + text(mine) + " (" + text(theirs) + ")");
+    };
+    compare("sample interval (us)", h.Get(abf::fADCSampleInterval),
+            first.Get(abf::fADCSampleInterval));
+    compare("channel count", h.Get(abf::nADCNumChannels), first.Get(abf::nADCNumChannels));
+    compare("ADC range", h.Get(abf::fADCRange), first.Get(abf::fADCRange));
+    compare("ADC resolution", h.Get(abf::lADCResolution), first.Get(abf::lADCResolution));
+    const auto channels = static_cast<std::size_t>(std::max<std::int16_t>(0, first.Get(abf::nADCNumChannels)));
+    for (std::size_t p = 0; p < std::min(channels, abf::nADCSamplingSeq.count); ++p) {
+      const std::int16_t slot = first.Get(abf::nADCSamplingSeq, p);
+      if (slot < 0 || slot >= 16) continue;
+      const auto c = static_cast<std::size_t>(slot);
+      const auto gain = [&](const AbfHeader& of) {
+        return static_cast<double>(of.Get(abf::fInstrumentScaleFactor, c)) *
+               of.Get(abf::fSignalGain, c) * of.Get(abf::fADCProgrammableGain, c);
+      };
+      compare("gain of channel " + std::to_string(c), gain(h), gain(first));
+    }
+    if (differences.empty()) continue;
+    std::string list;
+    for (const std::string& d : differences) list += (list.empty() ? "" : ", ") + d;
+    bench.Prompt().Notice(files[k].path.string() + ": merged under the settings of " +
+                          files.front().path.string() + ", which differ from its own: " + list +
+                          " (its own value, then the first file's)");
+  }
+}
+
 }  // namespace
 
 bool AddToMergeList(Workbench& bench, std::vector<std::filesystem::path>& mergeList,
@@ -152,6 +190,7 @@ void MergeAbfFiles(Workbench& bench, std::vector<std::filesystem::path>& mergeLi
 
   mergeList.clear();
   bench.List1.Add(output);
+  TellOfDifferentSettings(bench, files);
 }
 
 }  // namespace convora

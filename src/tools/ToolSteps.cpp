@@ -69,19 +69,9 @@ std::size_t ChannelCountOf(const AbfHeader& header) {
 
 float AnswerAsSingle(const std::optional<std::string>& answer, std::string_view what) {
   if (!answer) throw ConvoraError("no " + std::string(what) + " was given");
-  std::optional<double> number = ParseWholeNumber(*answer);
   // A number followed by its unit ("50us") is read as the settings window
   // reads it; text with no number in front is still an error, not a 0.
-  const std::size_t start = answer->find_first_not_of(" \t");
-  const std::string_view head =
-      start == std::string::npos ? std::string_view() : std::string_view(*answer).substr(start);
-  const auto digitAt = [&](std::size_t i) {
-    return i < head.size() && head[i] >= '0' && head[i] <= '9';
-  };
-  const std::size_t sign = !head.empty() && (head[0] == '+' || head[0] == '-') ? 1 : 0;
-  if (!number && (digitAt(sign) || (head.size() > sign && head[sign] == '.' && digitAt(sign + 1)))) {
-    number = LeadingNumber(head);
-  }
+  const std::optional<double> number = LeadingNumberIfAny(*answer);
   if (!number) {
     throw ConvoraError("the " + std::string(what) + " \"" + *answer + "\" is not a number");
   }

@@ -33,6 +33,17 @@ std::filesystem::path WriteAbfOutput(Workbench& bench, const AbfHeader& header,
   return output;
 }
 
+void TellCarriedChannelCount(Workbench& bench, const AbfHeader& header) {
+  const std::int16_t channels = header.Get(abf::nADCNumChannels);
+  if (channels == 1) return;
+  bench.Prompt().Notice(bench.SelectedFilePath.string() + ": nADCNumChannels " +
+                        std::to_string(channels) +
+                        " is carried over from the template or an earlier conversion of this "
+                        "run, but this file holds one channel, so readers misread it; convert "
+                        "with --each-from-template (in the window: start every file from the "
+                        "template) to start each file afresh");
+}
+
 double AskSampleInterval(Workbench& bench, IntervalRule rule) {
   const auto answer = bench.Prompt().AskInput({"interval",
                                                 "Please enter the sample interval in microsecond",

@@ -69,6 +69,12 @@ AbfHeader StampedTemplate(const Workbench& bench);
 std::filesystem::path WriteAbfOutput(Workbench& bench, const AbfHeader& header,
                                      const SampleProducer& produceSamples);
 
+// For the converters that write one channel and leave the channel count as
+// the run has it: after the file is written, tells the user when that count,
+// carried over from an earlier conversion, is not 1, since readers then
+// misread the file.
+void TellCarriedChannelCount(Workbench& bench, const AbfHeader& header);
+
 // What a sample interval typed by the user may be.
 enum class IntervalRule { kAnyNumber, kPositive };
 

@@ -58,11 +58,16 @@ TEST(ToolCli, AFilterStopEndsTheRunAndNamesTheFilesLeft) {
   WriteFile(dir / "b.abf", SmallAbf(20));
   const Outcome stopped = Convora(dir, "filter --pre 10 --new 2 a.abf b.abf");
   EXPECT_EQ(stopped.status, 1);
+  // The numbers would pass; the texts do not, and the user is told how to write them.
   EXPECT_EQ(stopped.err,
-            "Filter Frequency: The pre-filter frequency should be bigger than new filter "
+            "notice: " + (dir / "a.abf").string() +
+                ": the frequencies are compared as texts, and \"10\" does not sort after \"2\"; "
+                "written as \"02\" (--new 02), the new frequency passes\n"
+                "Filter Frequency: The pre-filter frequency should be bigger than new filter "
             "prequency.  Please try again.\nnotice: " +
                 (dir / "b.abf").string() + ": not processed, the run ended at an earlier file\n");
 
+  EXPECT_EQ(Convora(dir, "filter --pre 10 --new 02 a.abf").status, 0);
   const Outcome filtered = Convora(dir, "filter --pre 5 --new 1 a.abf b.abf");
   EXPECT_EQ(filtered.status, 0);
   EXPECT_EQ(filtered.out, (dir / "aFilter.ABF").string() + "\n" +

@@ -181,6 +181,7 @@ void ConvertIgorTextMac(Workbench& bench) {
       summaries[k].kept.reset();
     });
   });
+  TellCarriedChannelCount(bench, h);
 }
 
 namespace {

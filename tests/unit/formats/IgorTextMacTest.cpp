@@ -34,9 +34,12 @@ TEST(IgorTextMac, WorkedExampleWrittenOverALongerFileOnATemplateWithEveryByteSet
   EXPECT_EQ(Converted(f, ConvertIgorTextMac, "cell.itx", text),
             AbfImage(h, {-16778, -1, 12582, 20971, -1}, old));
   EXPECT_EQ(f.bench.TemplateHeader, h);
-  EXPECT_EQ(f.prompter.Transcript(),
-            std::vector<std::string>{"Input Sample Interval: Please enter the sample interval "
-                                     "in microsecond"});
+  // The template's channel count (every byte set) is not 1: the user is told.
+  ASSERT_EQ(f.prompter.Transcript().size(), 2u);
+  EXPECT_EQ(f.prompter.Transcript()[0],
+            "Input Sample Interval: Please enter the sample interval in microsecond");
+  EXPECT_TRUE(f.prompter.Transcript()[1].starts_with(
+      "notice: " + f.bench.SelectedFilePath.string() + ": nADCNumChannels 21067 is carried over"));
 }
 
 // A text long enough to be read in shares, one per core: the samples of every
