@@ -1,5 +1,7 @@
 #include "CommandContext.h"
 
+#include <algorithm>
+#include <map>
 #include <ostream>
 
 #include "abf/ConvoraError.h"
@@ -46,12 +48,59 @@ void CommandContext::ReportError(const std::filesystem::path& path, const std::s
   if (exitCode == kExitOk) exitCode = kExitFailure;
 }
 
+std::vector<SelectedFile> FilesOf(const std::vector<std::string>& arguments, bool recursive) {
+  std::vector<SelectedFile> files;
+  const std::function<void(const std::filesystem::path&, const std::filesystem::path&)> addFolder =
+      [&](const std::filesystem::path& folder, const std::filesystem::path& root) {
+        std::vector<std::filesystem::path> entries;
+        std::error_code ec;
+        for (const auto& entry : std::filesystem::directory_iterator(folder, ec)) {
+          entries.push_back(entry.path());
+        }
+        std::sort(entries.begin(), entries.end());
+        std::vector<std::filesystem::path> subfolders;
+        for (const auto& entry : entries) {
+          if (std::filesystem::is_directory(entry, ec)) {
+            subfolders.push_back(entry);
+          } else if (std::filesystem::is_regular_file(entry, ec)) {
+            files.push_back({entry, root});
+          }
+        }
+        if (!recursive) return;
+        for (const auto& subfolder : subfolders) addFolder(subfolder, root);
+      };
+  for (const std::string& argument : arguments) {
+    const std::filesystem::path path = SelectedPathFor(argument);
+    std::error_code ec;
+    const std::size_t before = files.size();
+    if (std::filesystem::is_directory(path, ec)) addFolder(path, path);
+    // A folder with no files stands for itself, and is reported as no file.
+    if (files.size() == before) {
+      files.push_back({path, path.parent_path()});
+    }
+  }
+  return files;
+}
+
 void CommandContext::ForEachFile(Workbench& bench, const std::vector<std::string>& files,
                                  const FileRunner::Action& process) {
+  const std::vector<SelectedFile> selected = FilesOf(files, recursive);
   std::vector<std::filesystem::path> paths;
-  for (const std::string& file : files) paths.push_back(SelectedPathFor(file));
+  std::map<std::filesystem::path, std::filesystem::path> outputFolders;
+  for (const SelectedFile& file : selected) {
+    paths.push_back(file.path);
+    if (!outputDir.empty()) {
+      outputFolders[file.path] =
+          (SelectedPathFor(outputDir) / file.path.parent_path().lexically_relative(file.root))
+              .lexically_normal();
+    }
+  }
+  bench.NoOverwrite = noOverwrite;
   FileRunner runner(bench);
-  runner.RunOnEach(paths, process);
+  runner.RunOnEach(paths, [&](Workbench& b) {
+    if (!outputDir.empty()) b.OutputFolder = outputFolders[b.SelectedFilePath];
+    return process(b);
+  });
   if ((runner.Failed() > 0 || runner.WithoutOutput() > 0) && exitCode == kExitOk) {
     exitCode = kExitFailure;
   }

@@ -27,6 +27,9 @@ class CommandContext {
 
   std::string templatePath;  // --template; empty for the one beside the program
   bool eachFromTemplate = false;  // --each-from-template
+  bool recursive = false;         // --recursive: folders are searched through
+  bool noOverwrite = false;       // --no-overwrite
+  std::string outputDir;          // --output-dir; empty for beside each source
   int exitCode = kExitOk;
 
   TerminalPrompter& Prompter() { return prompter_; }
@@ -56,5 +59,17 @@ class CommandContext {
 
 // The absolute, lexically normal form of a path given on the command line.
 std::filesystem::path SelectedPathFor(const std::string& argument);
+
+// A file to process and the folder its outputs mirror under --output-dir.
+struct SelectedFile {
+  std::filesystem::path path;
+  std::filesystem::path root;  // the folder given, or the file's own folder
+};
+
+// The files the arguments name, in order: a file as itself, a folder as the
+// regular files in it in name order (with `recursive`, those of its
+// subfolders too, each folder's files before its subfolders'); a folder with
+// none as itself, for the error it gets.
+std::vector<SelectedFile> FilesOf(const std::vector<std::string>& arguments, bool recursive);
 
 }  // namespace convora::cli

@@ -21,6 +21,13 @@ int main(int argc, char** argv) {
   app.add_flag("--version", showVersion, "print the version and exit");
   app.add_option("--template", context.templatePath,
                  "the template header to use instead of the SamplABF.dat beside the program");
+  app.add_flag("--recursive", context.recursive,
+               "a FILE that is a folder brings the files of its subfolders too");
+  app.add_option("--output-dir", context.outputDir,
+                 "write every output into this folder (mirroring the folders of the sources) "
+                 "instead of beside its source");
+  app.add_flag("--no-overwrite", context.noOverwrite,
+               "refuse, file by file, to write over an existing file");
   app.add_flag("--each-from-template", context.eachFromTemplate,
                "start every file from the template as loaded, so that no field set by one "
                "conversion carries over to the next");

@@ -57,13 +57,13 @@ void ConvertToWav(Workbench& bench, const BinarySettings& settings) {
   PutText(&header[36], "data");
   StoreLittleEndian<std::int32_t>(&header[40], dataSize);
 
-  const auto output = OutputNameFor(bench.SelectedFilePath, ".wav");
+  const auto output = bench.OutputPathFor(".wav");
   OutputFile file = OpenOutputFor(bench.SelectedFilePath, output);
   file.WriteAt(0, header);
   DataSectionWriter writer(file, kWavHeaderBytes);
   CopyBytes(source, block.offset, values * 2, writer);
   file.Close();
-  bench.List1.Add(output);
+  bench.AddWritten(output);
 }
 
 }  // namespace convora

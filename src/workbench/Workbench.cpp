@@ -16,6 +16,36 @@ void ConversionList::Add(const std::filesystem::path& written) {
 Workbench::Workbench(const AbfHeader& templateHeader, Prompter& prompter, Clock clock)
     : TemplateHeader(templateHeader), LoadedTemplate(templateHeader), prompter_(prompter), clock_(std::move(clock)) {}
 
+std::filesystem::path Workbench::OutputPathFor(std::string_view extension) {
+  std::filesystem::path output = OutputNameFor(SelectedFilePath, extension);
+  if (!OutputFolder.empty()) {
+    output = OutputFolder / OutputNameFor(SelectedFilePath.filename(), extension);
+    std::error_code ec;
+    std::filesystem::create_directories(OutputFolder, ec);
+    if (ec) {
+      throw ConvoraError("cannot make the output folder " + OutputFolder.string() + " (" +
+                         ec.message() + ")");
+    }
+  }
+  std::error_code ec;
+  if (NoOverwrite && std::filesystem::exists(output, ec)) {
+    throw ConvoraError(output.string() + " exists already, and --no-overwrite keeps it");
+  }
+  const auto earlier = writtenFrom_.find(output);
+  if (earlier != writtenFrom_.end() && earlier->second != SelectedFilePath) {
+    prompter_.Notice(SelectedFilePath.string() + ": its output " + output.string() +
+                     " was written from " + earlier->second.string() +
+                     " earlier in this run and is now written over (the name is cut at the "
+                     "first \".\")");
+  }
+  return output;
+}
+
+void Workbench::AddWritten(const std::filesystem::path& output) {
+  writtenFrom_[output] = SelectedFilePath;
+  List1.Add(output);
+}
+
 AbfHeader StampedTemplate(const Workbench& bench) {
   AbfHeader header = bench.TemplateHeader;
   StampStartDateTime(header, bench.Now());
@@ -26,10 +56,10 @@ AbfHeader StampedTemplate(const Workbench& bench) {
 
 std::filesystem::path WriteAbfOutput(Workbench& bench, const AbfHeader& header,
                                      const SampleProducer& produceSamples) {
-  const auto output = OutputNameFor(bench.SelectedFilePath);
+  const auto output = bench.OutputPathFor();
   WriteAbfFile(header, bench.SelectedFilePath, output, produceSamples);
   bench.TemplateHeader = header;
-  bench.List1.Add(output);
+  bench.AddWritten(output);
   return output;
 }
 

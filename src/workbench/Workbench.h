@@ -5,6 +5,8 @@
 
 #include <filesystem>
 #include <functional>
+#include <map>
+#include <string_view>
 #include <vector>
 
 #include "abf/AbfHeader.h"
@@ -48,6 +50,18 @@ class Workbench {
   std::filesystem::path SelectedFilePath;
   // The "Successful Conversion" list.
   ConversionList List1;
+  // Where outputs go: beside their source when empty, else into this folder
+  // (made when needed) under the file name part of the output name.
+  std::filesystem::path OutputFolder;
+  // Refuse to write over an existing file instead of writing over it.
+  bool NoOverwrite = false;
+
+  // The path of the selected file's output of that extension, as above.
+  // Throws ConvoraError for an existing file when NoOverwrite is set; tells
+  // the user when another source of this run was written there already.
+  std::filesystem::path OutputPathFor(std::string_view extension = ".ABF");
+  // Records that `output` was written from the selected file and lists it.
+  void AddWritten(const std::filesystem::path& output);
 
   Prompter& Prompt() { return prompter_; }
   LocalDateTime Now() const { return clock_(); }
@@ -55,6 +69,7 @@ class Workbench {
  private:
   Prompter& prompter_;
   Clock clock_;
+  std::map<std::filesystem::path, std::filesystem::path> writtenFrom_;  // output -> source
 };
 
 // What every conversion starts from: a copy of TemplateHeader with the start
