@@ -10,6 +10,7 @@
 #include "abf/AbfSummary.h"
 #include "abf/ConvoraError.h"
 #include "abf/TemplateFile.h"
+#include "formats/Abf2.h"
 
 namespace convora::cli {
 namespace {
@@ -47,15 +48,24 @@ std::string JsonString(std::string_view text) {
   return quoted + "\"";
 }
 
+// The rate of one channel in Hz, from its interval in microseconds.
+double RateOf(const AbfSummary& s) { return s.channelInterval > 0 ? 1e6 / s.channelInterval : 0; }
+
 void PrintText(std::ostream& out, const std::filesystem::path& path, const AbfSummary& s) {
   std::string units;
   for (const auto& unit : s.units) units += (units.empty() ? "" : ", ") + unit;
   out << path.string() << '\n'
+      << "  format:          ABF " << NumberText(s.version) << '\n'
       << "  channels:        " << s.channels << '\n'
       << "  units:           " << units << '\n'
-      << "  sample interval: " << NumberText(s.sampleInterval) << " us\n"
-      << "  samples:         " << s.samples << '\n'
-      << "  duration:        " << NumberText(s.durationSeconds) << " s\n"
+      << "  sample interval: " << NumberText(s.channelInterval) << " us per channel ("
+      << NumberText(RateOf(s)) << " Hz); " << NumberText(s.sampleInterval) << " us interleaved\n";
+  if (s.operationMode != 3) {
+    out << "  sweeps:          " << s.sweeps << " of " << s.sweepSamples << " samples per channel\n";
+  }
+  out << "  samples:         " << s.samples << '\n'
+      << "  duration:        " << SecondsText(s.durationUs) << " s\n"
+      << "  start:           " << s.start << '\n'
       << "  data pointer:    block " << s.dataBlock << " (byte " << s.dataByte << ")\n"
       << "  operation mode:  " << s.operationMode << " (" << s.operationModeName << ")\n";
 }
@@ -63,11 +73,15 @@ void PrintText(std::ostream& out, const std::filesystem::path& path, const AbfSu
 std::string JsonObject(const std::filesystem::path& path, const AbfSummary& s) {
   std::string units;
   for (const auto& unit : s.units) units += (units.empty() ? "" : ", ") + JsonString(unit);
-  return "{\"file\": " + JsonString(path.string()) + ", \"channels\": " +
-         std::to_string(s.channels) + ", \"units\": [" + units +
+  return "{\"file\": " + JsonString(path.string()) + ", \"version\": " + NumberText(s.version) +
+         ", \"channels\": " + std::to_string(s.channels) + ", \"units\": [" + units +
          "], \"sampleIntervalUs\": " + NumberText(s.sampleInterval) +
+         ", \"channelIntervalUs\": " + NumberText(s.channelInterval) +
+         ", \"rateHz\": " + NumberText(RateOf(s)) + ", \"sweeps\": " + std::to_string(s.sweeps) +
+         ", \"sweepSamples\": " + std::to_string(s.sweepSamples) +
          ", \"samples\": " + std::to_string(s.samples) +
-         ", \"durationSeconds\": " + NumberText(s.durationSeconds) +
+         ", \"durationSeconds\": " + SecondsText(s.durationUs) +
+         ", \"start\": " + JsonString(s.start) +
          ", \"dataSectionBlock\": " + std::to_string(s.dataBlock) +
          ", \"dataSectionByte\": " + std::to_string(s.dataByte) +
          ", \"operationMode\": " + std::to_string(s.operationMode) +
@@ -80,8 +94,11 @@ void RunInfo(const InfoCommand& info, CommandContext& context) {
     const auto path = SelectedPathFor(file);
     try {
       const AbfHeader header = ReadAbfHeader(path);
-      if (!IsAbfFile(header)) throw ConvoraError("not an ABF 1.x file (no \"ABF \" signature)");
-      const AbfSummary summary = Summarize(header);
+      const bool abf2 = header.Get(abf::lFileSignature) == "ABF2";
+      if (!IsAbfFile(header) && !abf2) {
+        throw ConvoraError("not an ABF file (no \"ABF \" or \"ABF2\" signature)");
+      }
+      const AbfSummary summary = abf2 ? SummarizeAbf2(path) : Summarize(header);
       if (info.json) {
         objects.push_back(JsonObject(path, summary));
       } else {

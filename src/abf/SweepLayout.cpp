@@ -17,17 +17,19 @@ void MarkGapFree(AbfHeader& header) {
 
 SweepLayout::SweepLayout(AbfHeader& header, std::int32_t sweeps, std::int32_t perSweep)
     : sweeps_(sweeps), perSweep_(perSweep) {
+  const std::int64_t dataStart = std::int64_t{header.Get(abf::lDataSectionPtr)} * ABF_BLOCK_BYTES;
+  const std::int64_t dataEnd = dataStart + std::int64_t{sweeps} * perSweep * 2;
+  end_ = dataEnd;
   if (!Episodic()) {
     MarkGapFree(header);
     return;
   }
-  const std::int64_t dataStart = std::int64_t{header.Get(abf::lDataSectionPtr)} * ABF_BLOCK_BYTES;
-  const std::int64_t dataEnd = dataStart + std::int64_t{sweeps} * perSweep * 2;
   const std::int64_t synchBlock = (dataEnd + ABF_BLOCK_BYTES - 1) / ABF_BLOCK_BYTES;
   if (synchBlock > std::numeric_limits<std::int32_t>::max()) {
     throw ConvoraError("the recording is too large for an episodic ABF 1.x file (lSynchArrayPtr)");
   }
   padding_ = synchBlock * ABF_BLOCK_BYTES - dataEnd;
+  end_ = synchBlock * ABF_BLOCK_BYTES + std::int64_t{sweeps} * 8;
   header.Set(abf::nOperationMode, std::int16_t{5});
   header.Set(abf::lActualEpisodes, sweeps);
   header.Set(abf::lEpisodesPerRun, sweeps);

@@ -22,6 +22,9 @@ class SweepLayout {
   SweepLayout(AbfHeader& header, std::int32_t sweeps, std::int32_t perSweep);
 
   bool Episodic() const { return sweeps_ > 1; }
+  // The byte after the last one written: the synch array's end, or the
+  // samples' when there is none.
+  std::int64_t EndByte() const { return end_; }
   // Writes the synch array, one (start, length) pair of int32 per sweep in
   // samples of the interleaved stream, at the block after the last sample.
   void WriteAfterSamples(DataSectionWriter& out) const;
@@ -30,6 +33,7 @@ class SweepLayout {
   std::int32_t sweeps_;
   std::int32_t perSweep_;
   std::int64_t padding_ = 0;  // bytes from the last sample to the synch array
+  std::int64_t end_ = 0;
 };
 
 }  // namespace convora

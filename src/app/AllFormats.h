@@ -1,6 +1,7 @@
 #pragma once
 // Every format's descriptor, for the recognition table and the format list.
 
+#include "formats/Abf2.h"
 #include "formats/AbfOrEventFile.h"
 #include "formats/Axograph.h"
 #include "formats/IgorBinary.h"

@@ -40,6 +40,9 @@ constexpr RecognitionRow kTable[] = {
     {&kKestrinCdrFormat, true},
     // Kept after the CDR row: above it, an LTP file would keep the CDR row from matching.
     {&kLtpFormat},
+    // Formats recognised beyond the rows above: each matches only a file that
+    // no row above matched, so that nothing those rows do changes.
+    {&kAbf2Format, true},
 };
 // clang-format on
 

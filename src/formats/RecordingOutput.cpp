@@ -8,6 +8,7 @@
 #include "abf/AbfOutput.h"
 #include "abf/AsciiText.h"
 #include "abf/ConvoraError.h"
+#include "abf/LittleEndian.h"
 #include "abf/Numbers.h"
 #include "abf/SampleScaling.h"
 #include "abf/SweepLayout.h"
@@ -146,10 +147,46 @@ void SetHeader(AbfHeader& h, const Recording& recording,
   }
 }
 
+// The tag section, in the block after everything else: 64 bytes a tag, its
+// time in samples (fSynchTimeUnit 0).
+class TagSection {
+ public:
+  TagSection(AbfHeader& h, const std::vector<RecordingTag>& tags, std::int64_t after)
+      : tags_(tags), block_((after + ABF_BLOCK_BYTES - 1) / ABF_BLOCK_BYTES) {
+    if (block_ > std::numeric_limits<std::int32_t>::max()) {
+      throw ConvoraError("the recording is too large for an ABF 1.x tag section (lTagSectionPtr)");
+    }
+    h.Set(abf::lTagSectionPtr, tags.empty() ? 0 : static_cast<std::int32_t>(block_));
+    h.Set(abf::lNumTagEntries, static_cast<std::int32_t>(tags.size()));
+    if (!tags.empty()) h.Set(abf::fSynchTimeUnit, 0.0f);
+  }
+
+  void WriteAfter(std::int64_t end, DataSectionWriter& out) const {
+    if (tags_.empty()) return;
+    std::vector<std::uint8_t> bytes(static_cast<std::size_t>(block_ * ABF_BLOCK_BYTES - end), 0);
+    for (const RecordingTag& tag : tags_) {
+      std::uint8_t entry[kTagBytes] = {};
+      const auto time = std::clamp<std::int64_t>(tag.sample, 0, std::numeric_limits<std::int32_t>::max());
+      StoreLittleEndian<std::int32_t>(entry, static_cast<std::int32_t>(time));
+      const std::string comment = AsciiText(tag.comment).substr(0, 56);
+      std::fill(entry + 4, entry + 60, ' ');
+      std::copy(comment.begin(), comment.end(), entry + 4);
+      StoreLittleEndian<std::int16_t>(entry + 60, tag.type);
+      bytes.insert(bytes.end(), entry, entry + kTagBytes);
+    }
+    out.WriteBytes(bytes);
+  }
+
+ private:
+  static constexpr std::size_t kTagBytes = 64;
+  const std::vector<RecordingTag>& tags_;
+  std::int64_t block_;
+};
+
 }  // namespace
 
 std::filesystem::path WriteRecording(Workbench& bench, const Recording& recording,
-                                     ScanReader& reader) {
+                                     ScanReader& reader, std::string_view ending) {
   const std::size_t channels = recording.channels.size();
   if (channels == 0) throw ConvoraError("the recording holds no analog channel to convert");
   if (recording.sweeps < 1 || recording.scansPerSweep < 1) {
@@ -184,6 +221,7 @@ std::filesystem::path WriteRecording(Workbench& bench, const Recording& recordin
   SetHeader(h, recording, storage);
   const auto perSweep = static_cast<std::int32_t>(recording.scansPerSweep * kept);
   const SweepLayout sweepLayout(h, static_cast<std::int32_t>(recording.sweeps), perSweep);
+  const TagSection tags(h, recording.tags, sweepLayout.EndByte());
 
   if (kept < channels) {
     std::string names;
@@ -212,7 +250,8 @@ std::filesystem::path WriteRecording(Workbench& bench, const Recording& recordin
     });
     counts.Finish();
     sweepLayout.WriteAfterSamples(out);
-  });
+    tags.WriteAfter(sweepLayout.EndByte(), out);
+  }, ending);
   // The sweep layout belongs to this output: a later conversion of the run
   // that sets no sweeps of its own must not point into a synch array its file
   // does not have.

@@ -40,6 +40,13 @@ struct RecordedChannel {
   bool wholeCounts = false;
 };
 
+// A comment at a time, as ABF files keep them.
+struct RecordingTag {
+  std::int64_t sample;  // where, in samples of the interleaved stream
+  std::string comment;
+  std::int16_t type = 1;
+};
+
 struct Recording {
   // In the source's order. Past the 16 that fit, channels are named in a
   // notice and left out.
@@ -52,6 +59,7 @@ struct Recording {
   std::int64_t scansPerSweep = 0;
   // When the recording started, where the source says.
   std::optional<LocalDateTime> start;
+  std::vector<RecordingTag> tags;
 };
 
 // Reads a recording's stored values a stretch at a time.
@@ -65,11 +73,12 @@ class ScanReader {
   virtual void ReadScans(std::int64_t sweep, std::int64_t first, std::span<double> out) = 0;
 };
 
-// Writes `recording` to OutputNameFor(bench.SelectedFilePath) through the
-// output procedure, reading the values twice (extremes, then counts).
-// Throws ConvoraError, with nothing written, for a recording that ABF 1.x
-// cannot hold or whose values cannot be stored.
+// Writes `recording` to the selected file's output (bench.OutputPathFor:
+// the source path up to its first "." plus `ending`) through the output
+// procedure, reading the values twice (extremes, then counts). Throws
+// ConvoraError, with nothing written, for a recording that ABF 1.x cannot
+// hold or whose values cannot be stored.
 std::filesystem::path WriteRecording(Workbench& bench, const Recording& recording,
-                                     ScanReader& reader);
+                                     ScanReader& reader, std::string_view ending = ".ABF");
 
 }  // namespace convora

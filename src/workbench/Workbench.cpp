@@ -55,8 +55,9 @@ AbfHeader StampedTemplate(const Workbench& bench) {
 }
 
 std::filesystem::path WriteAbfOutput(Workbench& bench, const AbfHeader& header,
-                                     const SampleProducer& produceSamples) {
-  const auto output = bench.OutputPathFor();
+                                     const SampleProducer& produceSamples,
+                                     std::string_view ending) {
+  const auto output = bench.OutputPathFor(ending);
   WriteAbfFile(header, bench.SelectedFilePath, output, produceSamples);
   bench.TemplateHeader = header;
   bench.AddWritten(output);

@@ -76,13 +76,14 @@ class Workbench {
 // date and time stamped and autosampling off. The conversion patches the copy.
 AbfHeader StampedTemplate(const Workbench& bench);
 
-// The end of every conversion: writes `header` and the samples to
-// OutputNameFor(SelectedFilePath). Only once the file is written does `header`
+// The end of every conversion: writes `header` and the samples to the
+// selected file's output (OutputPathFor(ending)). Only once the file is written does `header`
 // become TemplateHeader, for the next conversion of the run to start from,
 // and the file join List1: a file refused or failed on the way leaves the
 // template as it was.
 std::filesystem::path WriteAbfOutput(Workbench& bench, const AbfHeader& header,
-                                     const SampleProducer& produceSamples);
+                                     const SampleProducer& produceSamples,
+                                     std::string_view ending = ".ABF");
 
 // For the converters that write one channel and leave the channel count as
 // the run has it: after the file is written, tells the user when that count,

@@ -1,0 +1,102 @@
+#include "formats/Abf2.h"
+
+#include <gtest/gtest.h>
+
+#include "abf/ConvoraError.h"
+#include "support/TestSupport.h"
+
+// Small ABF 2 files laid out as the published ABF 2 header describes: a
+// section map in the 512-byte file header, one section per 512-byte block.
+
+namespace convora {
+namespace {
+
+struct Abf2 {
+  std::int16_t mode = 5;
+  std::int16_t dataFormat = 0;
+  std::uint8_t compressed = 0;
+  std::int32_t episodes = 2;
+  std::vector<std::int16_t> counts = {1, -1, 2, -2, 3, -3, 4, -4, 5, -5, 6, -6};
+  std::int64_t dataEntries = 12;
+};
+
+test::Bytes Make(const Abf2& a) {
+  test::ByteBuilder b;
+  b.Text("ABF2").Raw({0, 0, 9, 2}).Int32LE(512).Int32LE(a.episodes);
+  b.Int32LE(20240131).Int32LE((10 * 3600 + 5) * 1000).Int32LE(0).Int16LE(0).Int16LE(a.dataFormat);
+  const auto section = [&](std::size_t at, std::int32_t block, std::int32_t bytes, std::int64_t n) {
+    b.PadTo(at).Int32LE(block).Int32LE(bytes).Int32LE(static_cast<std::int32_t>(n)).Int32LE(0);
+  };
+  section(76, 1, 512, 1);                   // protocol
+  section(92, 2, 128, 2);                   // ADC
+  section(220, 3, 80, 5);                   // strings: their bytes, their count
+  section(236, 4, 2, a.dataEntries);        // data
+  section(252, 5, 64, 1);                   // tags
+  // Protocol: mode, 50 us per channel, samples per episode 6, range 10, resolution 32768.
+  b.PadTo(512).Int16LE(a.mode).FloatLE(50.0f).Raw({a.compressed}).PadTo(512 + 14).FloatLE(0.0f);
+  b.PadTo(512 + 22).Int32LE(6).PadTo(512 + 110).FloatLE(10.0f).PadTo(512 + 118).Int32LE(32768);
+  // ADC entries: gain 0.5 mV per count (scale factor 10 / 32768 / 0.5 with telegraph 2).
+  for (int k = 0; k < 2; ++k) {
+    b.PadTo(1024 + 128 * k).Int16LE(static_cast<std::int16_t>(k)).Int16LE(1).PadTo(1024 + 128 * k + 6);
+    b.FloatLE(2.0f).PadTo(1024 + 128 * k + 28).FloatLE(1.0f).PadTo(1024 + 128 * k + 40);
+    b.FloatLE(10.0f / 32768 / 0.5f / 2).FloatLE(0.0f).FloatLE(1.0f).FloatLE(0.0f);
+    b.PadTo(1024 + 128 * k + 74).Int32LE(2 + 2 * k).Int32LE(3 + 2 * k);
+  }
+  b.PadTo(1536).Text("SSCH").PadTo(1536 + 44).Text("Clampex").Zeros(1).Text("Im").Zeros(1);
+  b.Text("pA").Zeros(1).Text("Vm").Zeros(1).Text("V").Zeros(1);
+  b.PadTo(2048);
+  for (std::int16_t c : a.counts) b.Int16LE(c);
+  b.PadTo(2560).Int32LE(4).Text("drug on", 56, ' ').Int16LE(1).Int16LE(0);
+  return b.Get();
+}
+
+struct Abf2Test : testing::Test {
+  test::BenchFixture f;
+  test::Bytes Convert(const Abf2& a) {
+    f.Select("cell.abf", Make(a));
+    ConvertAbf2(f.bench);
+    return test::ReadFile(f.dir / "cell_abf1.ABF");
+  }
+};
+
+TEST_F(Abf2Test, SweepsChannelsCountsStartAndTagsCarryOver) {
+  const auto file = Convert({});
+  const AbfHeader h = test::HeaderOf(file);
+  EXPECT_EQ(h.Get(abf::nOperationMode), 5);
+  EXPECT_EQ(h.Get(abf::lActualEpisodes), 2);
+  EXPECT_EQ(h.Get(abf::nADCNumChannels), 2);
+  EXPECT_EQ(h.Get(abf::fADCSampleInterval), 25.0f);
+  EXPECT_EQ(h.Get(abf::sADCChannelName, 1), "Vm        ");
+  // Volts become millivolts: 0.5 V per count is 500 mV per count.
+  EXPECT_EQ(h.Get(abf::sADCUnits, 1), "mV      ");
+  EXPECT_FLOAT_EQ(h.Get(abf::fInstrumentScaleFactor, 1), 10.0f / 32768 / 500);
+  EXPECT_EQ(h.Get(abf::lFileStartDate), 20240131);
+  EXPECT_EQ(h.Get(abf::lFileStartTime), 36005);
+  EXPECT_EQ(test::SamplesOf(file, 12), Abf2().counts);
+  const auto tagAt = static_cast<std::size_t>(h.Get(abf::lTagSectionPtr)) * 512;
+  ASSERT_EQ(h.Get(abf::lNumTagEntries), 1);
+  EXPECT_EQ(file[tagAt], 4);
+  EXPECT_EQ(std::string(file.begin() + tagAt + 4, file.begin() + tagAt + 11), "drug on");
+}
+
+TEST_F(Abf2Test, WhatCannotBeReadIsRefusedByName) {
+  const std::vector<std::pair<Abf2, std::string>> refused = {
+      {{.compressed = 1}, "compressed"},
+      {{.mode = 1}, "varying length"},
+      {{.dataFormat = 3}, "data format"},
+      {{.dataEntries = 1000}, "data section"},
+  };
+  for (const auto& [abf2, why] : refused) {
+    f.Select("cell.abf", Make(abf2));
+    try {
+      ConvertAbf2(f.bench);
+      ADD_FAILURE() << why;
+    } catch (const ConvoraError& e) {
+      EXPECT_NE(std::string(e.what()).find(why), std::string::npos) << e.what();
+    }
+  }
+  EXPECT_TRUE(f.bench.List1.Entries().empty());
+}
+
+}  // namespace
+}  // namespace convora
