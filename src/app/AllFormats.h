@@ -4,6 +4,7 @@
 #include "formats/Abf2.h"
 #include "formats/AbfOrEventFile.h"
 #include "formats/Axograph.h"
+#include "formats/Cfs.h"
 #include "formats/IgorBinary.h"
 #include "formats/IgorBinary5.h"
 #include "formats/KestrinCdr.h"

@@ -49,9 +49,7 @@ StoredType TypeOf(std::int16_t code) {
 
 // Seconds per unit of the wave's x scale; no unit means seconds.
 double SecondsPerXUnit(const std::string& unit) {
-  if (unit.empty() || unit == "s") return 1.0;
-  if (unit == "ms") return 1e-3;
-  if (unit == "us" || unit == "\xB5s" || unit == "\xC2\xB5s") return 1e-6;
+  if (const auto seconds = SecondsPerTimeUnit(unit)) return *seconds;
   throw ConvoraError("the wave's x unit \"" + unit + "\" is not a time in s, ms or us");
 }
 

@@ -115,6 +115,13 @@ void ReadValues(SourceFile& source, std::int64_t offset, StoredType type, ByteOr
   DecodeValues(bytes, type, order, stride, out);
 }
 
+std::optional<double> SecondsPerTimeUnit(std::string_view unit) {
+  if (unit.empty() || unit == "s" || unit == "sec") return 1.0;
+  if (unit == "ms") return 1e-3;
+  if (unit == "us" || unit == "\xB5s" || unit == "\xC2\xB5s") return 1e-6;
+  return std::nullopt;
+}
+
 void RequireInFile(const SourceFile& source, std::int64_t offset, std::int64_t bytes,
                    std::string_view what) {
   if (offset < 0 || bytes < 0 || offset > source.Length() || bytes > source.Length() - offset) {

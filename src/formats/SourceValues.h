@@ -4,6 +4,7 @@
 // of any of the usual types, turned into doubles for RecordingOutput.
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -65,6 +66,10 @@ void DecodeValues(std::span<const std::uint8_t> bytes, StoredType type, ByteOrde
 // file reads as zero (the converters check the lengths they rely on first).
 void ReadValues(SourceFile& source, std::int64_t offset, StoredType type, ByteOrder order,
                 std::size_t stride, std::span<double> out);
+
+// Seconds per unit of a time axis ("s", "ms", "us" or with a micro sign; no
+// unit means seconds); nothing for a unit that is not a time.
+std::optional<double> SecondsPerTimeUnit(std::string_view unit);
 
 // Throws ConvoraError unless the file holds `bytes` from `offset` on; `what`
 // names them ("the data of record 3").

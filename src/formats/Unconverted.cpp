@@ -63,8 +63,6 @@ const FormatDescriptor kRacalFormat{"Racal Heim DAT Recoder Binary File",
     [](const RecognitionInput& in) {
       return InStrNth(in.Probe(), "TIME", 1) == 16 && in.ProbeStartsWith("DATE");
     }, nullptr};
-const FormatDescriptor kCfsFormat{"CED Signal Data File (CFS)",
-    [](const RecognitionInput& in) { return in.ProbeStartsWith("CEDFILE"); }, nullptr};
 const FormatDescriptor kWinTidaFormat{"WinTIDA File v1",
     [](const RecognitionInput& in) { return in.probe[4] == 1 && in.ProbeStartsWith("TIDA"); },
     nullptr};

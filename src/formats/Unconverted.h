@@ -15,7 +15,6 @@ extern const FormatDescriptor kSpike2Format;
 extern const FormatDescriptor kChartWinFormat;
 extern const FormatDescriptor kTorvaneFormat;
 extern const FormatDescriptor kRacalFormat;
-extern const FormatDescriptor kCfsFormat;
 extern const FormatDescriptor kWinTidaFormat;
 extern const FormatDescriptor kTidaFormat;
 extern const FormatDescriptor kLumiraShortFormat;
