@@ -11,42 +11,9 @@
 #include <vector>
 
 #include "abf/FileIo.h"
+#include "abf/TextLines.h"
 
 namespace convora {
-
-// Longest line a table may hold; a longer one is refused rather than buffered.
-inline constexpr std::size_t kMaxLineChars = 1 << 20;
-
-// Calls `visit` with each line of the source (1-based number, text without its
-// ending) until it returns false. A line ends at LF, CR+LF or a lone CR (old
-// Macintosh exports); the last line needs no ending.
-void ForEachLine(SourceFile& source,
-                 const std::function<bool(std::int64_t, std::string_view)>& visit);
-
-// "line 17: why", the form every table error takes.
-[[noreturn]] void FailAtLine(std::int64_t line, const std::string& why);
-
-enum class Separator { Tab, Comma, Semicolon, Space };
-
-// The separator a table line uses: tab, else semicolon, else comma, else blanks.
-// Semicolons win over commas so that tables written with decimal commas are
-// cut where their author meant.
-Separator DetectSeparator(std::string_view line);
-
-// The fields of `line`. With Space, runs of blanks and tabs count as one
-// separator and leading or trailing blanks make no field (MATLAB writes its
-// columns so); the other separators give an empty field between two of them.
-void SplitFields(std::string_view line, Separator separator, std::vector<std::string_view>& fields);
-
-// The field without blanks around it and without one pair of double quotes.
-std::string_view Unquoted(std::string_view field);
-
-// Whether the line holds nothing but blanks and tabs.
-bool IsBlank(std::string_view line);
-
-// The field as a number: the whole field (blanks and quotes aside) must be one;
-// nothing otherwise.
-std::optional<double> FieldNumber(std::string_view field);
 
 // A column title "Name (unit)" cut into its name and the text inside its last
 // pair of parentheses (or square brackets); no unit when there is none.
