@@ -18,6 +18,7 @@
 #include "abf/Parallel.h"
 #include "abf/SampleScaling.h"
 #include "formats/igortext/IgorTextPieces.h"
+#include "formats/igortext/IgorTextWaves.h"
 
 // A Macintosh Igor text wave: heading lines, then one value per line, every
 // data line starting with a tab after the previous line's carriage return
@@ -194,7 +195,7 @@ void ConvertIgorText(Workbench& bench) {
       kMacWaveStart) {
     ConvertIgorTextMac(bench);
   } else {
-    TellNoConverter(bench, kPulseItxName);
+    ConvertPulseItx2(bench);
   }
 }
 

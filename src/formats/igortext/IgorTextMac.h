@@ -8,8 +8,8 @@ namespace convora {
 // into an ABF file beside it.
 void ConvertIgorTextMac(Workbench& bench);
 
-// Igor text files: the Macintosh single-wave files convert; the other
-// dialects (Pulse's exports) are recognised only.
+// Igor text files: the Macintosh single-wave files by their own conversion,
+// every other one (Pulse's exports, Igor's own) as waves.
 extern const FormatDescriptor kIgorTextFormat;
 // The other dialect, as the known-format list names it.
 inline constexpr std::string_view kPulseItxName = "Pulse IGB (Mac) ITX (PC) file";

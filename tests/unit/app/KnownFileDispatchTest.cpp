@@ -51,17 +51,21 @@ TEST_F(KnownFileDispatch, UnknownFileIsConvertedOnlyWhenTheAnswerIsYes) {
   EXPECT_EQ(Run(), (Lines{question, question, "notice: unknown " + path.string()}));
 }
 
-TEST_F(KnownFileDispatch, OnlyTheMacintoshIgorTextGoesToItsConverter) {
-  fx.Select("sweep.itx", ByteBuilder().Text("IGOR\r\nWAVES\twave0\r\n").PadTo(1001).Get());
+TEST_F(KnownFileDispatch, IgorTextGoesToTheMacintoshConversionOrToTheWaves) {
+  // Any other Igor text is read as waves: its SetScale gives the interval.
+  fx.Select("sweep.itx", ByteBuilder()
+                             .Text("IGOR\r\nWAVES\twave0\r\nBEGIN\r\n1\r\n2\r\nEND\r\n"
+                                   "X SetScale/P x 0,1e-4,\"s\", wave0\r\n")
+                             .Get());
   const Lines& lines = Run();
-  ASSERT_EQ(lines.size(), 1u);
-  EXPECT_NE(lines[0].find("Pulse IGB (Mac) ITX (PC) file"), std::string::npos) << lines[0];
+  EXPECT_TRUE(lines.empty());
+  EXPECT_EQ(test::HeaderOf(test::ReadFile(fx.dir / "sweep.ABF")).Get(abf::fADCSampleInterval), 100.0f);
   // The Macintosh text asks for the interval and writes.
   fx.Select("wave.txt", ByteBuilder().Text("IGOR\rWAVES\twave0\rBEGIN\r\t1e-12\r\t1e-12\r").Get());
   Run();
-  ASSERT_EQ(lines.size(), 2u);
-  EXPECT_TRUE(lines[1].starts_with("Input Sample Interval: ")) << lines[1];
-  EXPECT_EQ(fx.bench.List1.Entries().size(), 1u);
+  ASSERT_EQ(lines.size(), 1u);
+  EXPECT_TRUE(lines[0].starts_with("Input Sample Interval: ")) << lines[0];
+  EXPECT_EQ(fx.bench.List1.Entries().size(), 2u);
 }
 
 TEST_F(KnownFileDispatch, ErrorsEndTheFileBeforeAnythingIsShown) {
