@@ -20,7 +20,7 @@ std::filesystem::path SelectedPathFor(const std::string& argument) {
 
 std::unique_ptr<Workbench> CommandContext::OpenWorkbench() {
   const std::filesystem::path path = templatePath.empty()
-                                         ? programFolder_ / std::string(kTemplateFileName)
+                                         ? TemplatePathFor(programFolder_)
                                          : SelectedPathFor(templatePath);
   std::optional<AbfHeader> header;
   try {

@@ -30,8 +30,7 @@ int main(int argc, char* argv[]) {
   convora::gui::QtPrompter prompter;
 
   const std::filesystem::path templatePath =
-      convora::gui::ToPath(QCoreApplication::applicationDirPath()) /
-      std::string(convora::kTemplateFileName);
+      convora::TemplatePathFor(convora::gui::ToPath(QCoreApplication::applicationDirPath()));
   std::optional<convora::AbfHeader> templateHeader;
   try {
     templateHeader = convora::LoadTemplateHeader(templatePath);

@@ -13,6 +13,10 @@ inline constexpr std::string_view kTemplateMissingMessage =
     "The file SamplABF.dat does not exist.  The program cannot continue without this file.  "
     "Please contact technical support at Pelkaro Software.";
 
+// Where the program finds its template: beside itself (a build folder, an
+// unpacked archive), else in the folder an installed package puts it in.
+std::filesystem::path TemplatePathFor(const std::filesystem::path& programFolder);
+
 // The template's first 6144 bytes, or nothing when there is no such file. A
 // shorter template is taken as it is, the rest of the record left zero.
 std::optional<AbfHeader> LoadTemplateHeader(const std::filesystem::path& templatePath);

@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# Makes the Debian package from the release build, installs it with apt as a
+# user would, checks that the installed program finds its template and
+# converts a file, and removes it again. Needs root (or sudo).
+set -euo pipefail
+cd "$(dirname "$0")/.."
+bash scripts/build.sh >/dev/null
+(cd build && cpack -G DEB >/dev/null)
+deb="$(ls build/convora_*.deb | head -n 1)"
+echo "package: $deb"
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then as_root=(sudo); fi
+DEBIAN_FRONTEND=noninteractive "${as_root[@]}" apt-get install -y -qq "./$deb" >/dev/null
+trap 'DEBIAN_FRONTEND=noninteractive "${as_root[@]}" apt-get remove -y -qq convora >/dev/null' EXIT
+scratch="$(mktemp -d /tmp/convora-packageXXXXXX)"  # no "." in the folder: outputs cut at the first one
+head -c 4000 /dev/zero > "$scratch/raw.dat"
+/usr/bin/convora --version
+written="$(/usr/bin/convora binary --interval 50 "$scratch/raw.dat")"
+test "$written" = "$scratch/raw.ABF"
+test -f /usr/share/applications/convora.desktop
+test -f /usr/share/man/man1/convora.1
+rm -r "$scratch"
+echo "package: installed, converted with the installed template, removed"
