@@ -1,6 +1,7 @@
 // `info`: a header summary of ABF files, as text for people or JSON for scripts.
 
 #include <charconv>
+#include <cstdio>
 #include <memory>
 #include <ostream>
 #include <string>
@@ -48,6 +49,15 @@ std::string JsonString(std::string_view text) {
   return quoted + "\"";
 }
 
+// A measure to seven significant digits: an interval kept as a float, times
+// the channel count, shows as the value it stands for (1000, not
+// 1000.0000610351562).
+std::string Measure(double value) {
+  char buffer[32];
+  std::snprintf(buffer, sizeof buffer, "%.7g", value);
+  return buffer;
+}
+
 // The rate of one channel in Hz, from its interval in microseconds.
 double RateOf(const AbfSummary& s) { return s.channelInterval > 0 ? 1e6 / s.channelInterval : 0; }
 
@@ -58,8 +68,8 @@ void PrintText(std::ostream& out, const std::filesystem::path& path, const AbfSu
       << "  format:          ABF " << NumberText(s.version) << '\n'
       << "  channels:        " << s.channels << '\n'
       << "  units:           " << units << '\n'
-      << "  sample interval: " << NumberText(s.channelInterval) << " us per channel ("
-      << NumberText(RateOf(s)) << " Hz); " << NumberText(s.sampleInterval) << " us interleaved\n";
+      << "  sample interval: " << Measure(s.channelInterval) << " us per channel ("
+      << Measure(RateOf(s)) << " Hz); " << NumberText(s.sampleInterval) << " us interleaved\n";
   if (s.operationMode != 3) {
     out << "  sweeps:          " << s.sweeps << " of " << s.sweepSamples << " samples per channel\n";
   }
@@ -76,8 +86,8 @@ std::string JsonObject(const std::filesystem::path& path, const AbfSummary& s) {
   return "{\"file\": " + JsonString(path.string()) + ", \"version\": " + NumberText(s.version) +
          ", \"channels\": " + std::to_string(s.channels) + ", \"units\": [" + units +
          "], \"sampleIntervalUs\": " + NumberText(s.sampleInterval) +
-         ", \"channelIntervalUs\": " + NumberText(s.channelInterval) +
-         ", \"rateHz\": " + NumberText(RateOf(s)) + ", \"sweeps\": " + std::to_string(s.sweeps) +
+         ", \"channelIntervalUs\": " + Measure(s.channelInterval) +
+         ", \"rateHz\": " + Measure(RateOf(s)) + ", \"sweeps\": " + std::to_string(s.sweeps) +
          ", \"sweepSamples\": " + std::to_string(s.sweepSamples) +
          ", \"samples\": " + std::to_string(s.samples) +
          ", \"durationSeconds\": " + SecondsText(s.durationUs) +

@@ -9,4 +9,6 @@
 #include "formats/IgorBinary5.h"
 #include "formats/KestrinCdr.h"
 #include "formats/Unconverted.h"
+#include "formats/WinEdr.h"
+#include "formats/WinWcp.h"
 #include "formats/igortext/IgorTextMac.h"

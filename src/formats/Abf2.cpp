@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numeric>
 #include <string>
 #include <vector>
 
 #include "abf/ConvoraError.h"
+#include "formats/InterleavedScans.h"
 #include "formats/RecordingOutput.h"
 #include "formats/SourceValues.h"
 
@@ -206,24 +208,6 @@ Abf2File ReadAbf2(SourceFile& source) {
   return file;
 }
 
-// Interleaved like ABF 1.x: a scan is one sample of each channel.
-class InterleavedReader : public ScanReader {
- public:
-  InterleavedReader(SourceFile& source, const Abf2File& file) : source_(source), file_(file) {}
-  void ReadScans(std::int64_t sweep, std::int64_t first, std::span<double> out) override {
-    const auto channels = static_cast<std::int64_t>(file_.channels.size());
-    const std::size_t bytes = file_.floats ? 4 : 2;
-    const std::int64_t sample = (sweep * file_.scansPerSweep + first) * channels;
-    ReadValues(source_, file_.dataOffset + sample * static_cast<std::int64_t>(bytes),
-               file_.floats ? StoredType::kFloat32 : StoredType::kInt16, ByteOrder::LittleEndian,
-               bytes, out);
-  }
-
- private:
-  SourceFile& source_;
-  const Abf2File& file_;
-};
-
 }  // namespace
 
 void ConvertAbf2(Workbench& bench) {
@@ -238,7 +222,14 @@ void ConvertAbf2(Workbench& bench) {
   recording.scansPerSweep = file.scansPerSweep;
   recording.start = file.start;
   recording.tags = file.tags;
-  InterleavedReader reader(source, file);
+  std::vector<std::size_t> positions(file.channels.size());
+  std::iota(positions.begin(), positions.end(), std::size_t{0});
+  std::vector<std::int64_t> sweepStarts;
+  const auto sweepBytes = file.scansPerSweep * static_cast<std::int64_t>(file.channels.size()) *
+                          (file.floats ? 4 : 2);
+  for (std::int64_t k = 0; k < file.sweeps; ++k) sweepStarts.push_back(file.dataOffset + k * sweepBytes);
+  InterleavedScans reader(source, file.floats ? StoredType::kFloat32 : StoredType::kInt16,
+                          ByteOrder::LittleEndian, positions.size(), positions, sweepStarts);
   WriteRecording(bench, recording, reader, "_abf1.ABF");
 }
 

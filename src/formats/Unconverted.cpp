@@ -38,15 +38,9 @@ bool IsLumiraLong(const RecognitionInput& in) {
 // clang-format off
 const FormatDescriptor kMatlabFormat{"MATLAB file",
     [](const RecognitionInput& in) { return in.ProbeStartsWith("MATLAB"); }, nullptr};
-const FormatDescriptor kWinCdrFormat{"Kestrin's WinCDR",
-    [](const RecognitionInput& in) { return in.ProbeStartsWith("VER=6"); }, nullptr};
 const FormatDescriptor kScanFormat{"Kestrin's SCAN",
     [](const RecognitionInput& in) {
       return in.ProbeStartsWith("DT=") && in.UpperPath().ends_with(".SCA");
-    }, nullptr};
-const FormatDescriptor kWinWcpFormat{"Kestrin's WinWCP",
-    [](const RecognitionInput& in) {
-      return in.ProbeStartsWith("VER=") && in.UpperPath().ends_with(".WCP");
     }, nullptr};
 const FormatDescriptor kElsaaFormat{"ELSAA Data Files",
     [](const RecognitionInput& in) { return Contains(in.Probe(), "ELSAA"); }, nullptr};

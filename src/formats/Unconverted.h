@@ -7,9 +7,7 @@
 namespace convora {
 
 extern const FormatDescriptor kMatlabFormat;
-extern const FormatDescriptor kWinCdrFormat;
 extern const FormatDescriptor kScanFormat;
-extern const FormatDescriptor kWinWcpFormat;
 extern const FormatDescriptor kElsaaFormat;
 extern const FormatDescriptor kSpike2Format;
 extern const FormatDescriptor kChartWinFormat;
