@@ -73,6 +73,29 @@ def raw():
     return bytes([0, 2, 100, 2]) + struct.pack("<6f", 0.0, 1.5, -2.0, 3.25, 0.0, -0.5)
 
 
+def pulse_text():
+    lines = ["IGOR"]
+    for sweep in (1, 2):
+        for trace in (1, 2):
+            name = f"Pulse_1_1_{sweep}_{trace}"
+            lines += [f"WAVES/D {name}", "BEGIN", f"\t{sweep * 1e-12}", f"\t{-trace * 1e-12}", "END",
+                      f'X SetScale/P x 0,2e-05,"s", {name}; SetScale d 0,0,"A", {name}']
+    return ("\r\n".join(lines) + "\r\n").encode("ascii")
+
+
+def samples(*names):
+    """Real files written by other software, where the samples folder is present."""
+    folder = os.environ.get("CONVORA_SAMPLES_DIR",
+                            os.path.join(os.path.dirname(__file__), "..", "..", "shared", "samples"))
+    found = {}
+    for name in names:
+        path = os.path.join(folder, name)
+        if os.path.isfile(path) and os.path.getsize(path) <= 64 * 1024:
+            with open(path, "rb") as source:
+                found[os.path.basename(name)] = source.read()
+    return found
+
+
 SEEDS = {
     "fuzz_axograph": {"v1.axg": axograph()},
     "fuzz_igor_binary": {"pc.ibw": igor_binary(False), "mac.ibw": igor_binary(True)},
@@ -83,6 +106,11 @@ SEEDS = {
     "fuzz_abf_tools": {"one.abf": abf(1, 300), "two.abf": abf(2, 301)},
     "fuzz_known_file": {"v1.axg": axograph(), "pc.ibw": igor_binary(False),
                         "wave.itx": igor_text(), "rec.cdr": cdr()},
+    "fuzz_igor5": samples("ibw/igor2_win-version5.ibw", "ibw/igor2_mac-version5.ibw"),
+    "fuzz_igor_text_waves": {"pulse.itx": pulse_text()},
+    "fuzz_abf2": samples("abf/myokit_abf-v2_ABF2.abf"),
+    "fuzz_cfs": samples("ced/m0ose01_test_data.cfs"),
+    "fuzz_strathclyde": samples("strathclyde/myokit_wcp-file.wcp"),
 }
 
 if __name__ == "__main__":
