@@ -4,6 +4,7 @@
 #include <map>
 #include <ostream>
 
+#include "ProgressLine.h"
 #include "abf/ConvoraError.h"
 #include "abf/TemplateFile.h"
 
@@ -38,6 +39,7 @@ std::unique_ptr<Workbench> CommandContext::OpenWorkbench() {
   auto bench = std::make_unique<Workbench>(*header, prompter_);
   bench->EachFromTemplate = eachFromTemplate;
   bench->List1.Observe([this](const std::filesystem::path& written) {
+    prompter_.MakeRoom();
     out_ << written.string() << '\n' << std::flush;
   });
   return bench;
@@ -96,11 +98,16 @@ void CommandContext::ForEachFile(Workbench& bench, const std::vector<std::string
     }
   }
   bench.NoOverwrite = noOverwrite;
+  ProgressLine progress(err_, StderrIsTerminal(), paths.size());
+  prompter_.BeforeWriting([&progress] { progress.Clear(); });
+  std::size_t index = 0;
   FileRunner runner(bench);
   runner.RunOnEach(paths, [&](Workbench& b) {
+    progress.Starting(index++, b.SelectedFilePath);
     if (!outputDir.empty()) b.OutputFolder = outputFolders[b.SelectedFilePath];
     return process(b);
   });
+  prompter_.BeforeWriting(nullptr);
   if ((runner.Failed() > 0 || runner.WithoutOutput() > 0) && exitCode == kExitOk) {
     exitCode = kExitFailure;
   }

@@ -16,6 +16,13 @@ namespace convora::cli {
 
 bool StdinIsTerminal() { return CONVORA_ISATTY(0) != 0; }
 
+bool StderrIsTerminal() { return CONVORA_ISATTY(2) != 0; }
+
+std::ostream& TerminalPrompter::Err() {
+  MakeRoom();
+  return err_;
+}
+
 std::string OneLine(std::string_view text) {
   std::string line;
   line.reserve(text.size());
@@ -38,7 +45,7 @@ std::string OneLine(std::string_view text) {
 }
 
 void TerminalPrompter::ShowMessage(std::string_view title, std::string_view text) {
-  err_ << OneLine(title) << ": " << OneLine(text) << '\n' << std::flush;
+  Err() << OneLine(title) << ": " << OneLine(text) << '\n' << std::flush;
 }
 
 std::optional<std::string> TerminalPrompter::ReadLine() {
@@ -54,7 +61,7 @@ bool TerminalPrompter::AskChoice(const Question& question, std::string_view hint
     return given->second;
   }
   if (!interactive_) return false;
-  err_ << hint << ' ' << std::flush;
+  Err() << hint << ' ' << std::flush;
   const auto answer = ReadLine();
   return answer && !answer->empty() &&
          std::tolower(static_cast<unsigned char>(answer->front())) == yesLetter;
@@ -73,7 +80,7 @@ std::optional<std::string> TerminalPrompter::AskInput(const InputRequest& reques
     return given->second;
   }
   if (!interactive_) return std::string(request.defaultValue);
-  err_ << request.title << ": " << request.prompt << " [" << request.defaultValue << "] "
+  Err() << request.title << ": " << request.prompt << " [" << request.defaultValue << "] "
        << std::flush;
   auto answer = ReadLine();
   if (answer && answer->empty()) return std::string(request.defaultValue);
@@ -81,11 +88,11 @@ std::optional<std::string> TerminalPrompter::AskInput(const InputRequest& reques
 }
 
 void TerminalPrompter::Notice(std::string_view text) {
-  err_ << "notice: " << OneLine(text) << '\n';
+  Err() << "notice: " << OneLine(text) << '\n';
 }
 
 void TerminalPrompter::ReportError(const std::filesystem::path& subject, std::string_view why) {
-  err_ << "error: " << OneLine(subject.string()) << ": " << OneLine(why) << '\n' << std::flush;
+  Err() << "error: " << OneLine(subject.string()) << ": " << OneLine(why) << '\n' << std::flush;
 }
 
 }  // namespace convora::cli
