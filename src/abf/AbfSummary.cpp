@@ -66,7 +66,7 @@ AbfSummary Summarize(const AbfHeader& header) {
   const int perScan = std::max(s.channels, 1);
   s.channelInterval = static_cast<double>(s.sampleInterval) * perScan;
   const double duration = static_cast<double>(s.samples / perScan) * s.channelInterval;
-  s.durationUs = std::isfinite(duration) ? std::llround(duration) : 0;
+  s.durationUs = std::fabs(duration) < 9e18 ? std::llround(duration) : 0;
   s.operationMode = header.Get(abf::nOperationMode);
   s.operationModeName = OperationModeName(s.operationMode);
   if (s.operationMode != 3) {

@@ -60,7 +60,8 @@ struct Abf2File {
   std::int64_t sweeps;
   std::int64_t scansPerSweep;
   std::int64_t dataOffset;
-  LocalDateTime start;
+  std::uint32_t startDate;  // YYYYMMDD
+  std::uint32_t startMilliseconds;
   std::vector<RecordingTag> tags;
 };
 
@@ -111,6 +112,7 @@ std::string StringAt(const std::vector<std::string>& strings, std::int32_t index
 }
 
 LocalDateTime StartOf(std::uint32_t date, std::uint32_t milliseconds) {
+  // Fields past their ranges give a start that the output step leaves out.
   const std::uint32_t seconds = milliseconds / 1000;
   return {static_cast<int>(date / 10000), static_cast<int>(date / 100 % 100),
           static_cast<int>(date % 100),   static_cast<int>(seconds / 3600),
@@ -125,7 +127,8 @@ Abf2File ReadAbf2(SourceFile& source) {
   // The version is four bytes, the least significant part first: 2.9.0.0 is 0 0 9 2.
   file.version = static_cast<float>(head.Byte(7, "version")) + head.Byte(6, "version") / 10.0f +
                  head.Byte(5, "version") / 100.0f;
-  file.start = StartOf(head.UInt32(16, "start date"), head.UInt32(20, "start time"));
+  file.startDate = head.UInt32(16, "start date");
+  file.startMilliseconds = head.UInt32(20, "start time");
   const std::int16_t dataFormat = head.Int16(30, "data format");
   if (dataFormat != 0 && dataFormat != 1) {
     throw ConvoraError("the data format (" + std::to_string(dataFormat) + ") is neither int16 nor float32");
@@ -220,7 +223,7 @@ void ConvertAbf2(Workbench& bench) {
   recording.channelIntervalUs = file.intervalUs;
   recording.sweeps = file.sweeps;
   recording.scansPerSweep = file.scansPerSweep;
-  recording.start = file.start;
+  recording.start = StartOf(file.startDate, file.startMilliseconds);
   recording.tags = file.tags;
   std::vector<std::size_t> positions(file.channels.size());
   std::iota(positions.begin(), positions.end(), std::size_t{0});
@@ -249,8 +252,8 @@ AbfSummary SummarizeAbf2(const std::filesystem::path& abf2File) {
     s.sweeps = static_cast<std::int32_t>(file.sweeps);
     s.sweepSamples = static_cast<std::int32_t>(file.scansPerSweep);
   }
-  const LocalDateTime& t = file.start;
-  s.start = StartText(t.year * 10000 + t.month * 100 + t.day, t.hour * 3600 + t.minute * 60 + t.second);
+  s.start = StartText(static_cast<std::int32_t>(std::min<std::uint32_t>(file.startDate, 99991231)),
+                      file.startMilliseconds / 1000);
   s.dataByte = file.dataOffset;
   s.dataBlock = static_cast<std::int32_t>(file.dataOffset / kBlock);
   s.operationMode = file.operationMode;

@@ -140,7 +140,13 @@ void SetHeader(AbfHeader& h, const Recording& recording,
       h.Set(abf::nADCSamplingSeq, k, std::int16_t{-1});
     }
   }
-  if (recording.start) {
+  // A start the source gives is kept when it is a date and time at all.
+  const auto plausible = [](const LocalDateTime& t) {
+    return t.year >= 1900 && t.year <= 9999 && t.month >= 1 && t.month <= 12 && t.day >= 1 &&
+           t.day <= 31 && t.hour >= 0 && t.hour < 24 && t.minute >= 0 && t.minute < 60 &&
+           t.second >= 0 && t.second < 61;
+  };
+  if (recording.start && plausible(*recording.start)) {
     const LocalDateTime& t = *recording.start;
     h.Set(abf::lFileStartDate, t.year * 10000 + t.month * 100 + t.day);
     h.Set(abf::lFileStartTime, t.hour * 3600 + t.minute * 60 + t.second);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cmath>
 #include <map>
 #include <optional>
@@ -184,7 +185,9 @@ std::optional<std::array<long, 4>> PulseNumbers(const std::string& name) {
   for (int k = 3; k >= 0; --k) {
     const std::size_t start = name.find_last_not_of("0123456789", end - 1);
     if (start == std::string::npos || start + 1 == end || name[start] != '_') return std::nullopt;
-    numbers[static_cast<std::size_t>(k)] = std::stol(name.substr(start + 1, end - start - 1));
+    const char* digits = name.data() + start + 1;
+    const auto [stop, error] = std::from_chars(digits, name.data() + end, numbers[static_cast<std::size_t>(k)]);
+    if (error != std::errc()) return std::nullopt;  // too many digits for a number Pulse writes
     if (start == 0) return k == 0 ? std::optional(numbers) : std::nullopt;
     end = start;
   }
