@@ -63,7 +63,7 @@ void RunRow(Workbench& bench, const RecognitionRow& row) {
   if (row.format->convert) {
     row.format->convert(bench);
   } else {
-    TellNoConverter(bench, row.format->name);
+    TellNoConverter(bench, *row.format);
   }
 }
 

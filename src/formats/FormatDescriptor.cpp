@@ -35,9 +35,13 @@ RecognitionInput MakeRecognitionInput(std::span<const std::uint8_t> firstBytes,
   return input;
 }
 
-void TellNoConverter(Workbench& bench, std::string_view format) {
-  bench.Prompt().Notice(bench.SelectedFilePath.string() + ": recognised as " +
-                        std::string(format) +
+void TellNoConverter(Workbench& bench, const FormatDescriptor& format) {
+  const std::string path = bench.SelectedFilePath.string();
+  if (!format.unpublished.empty()) {
+    bench.Prompt().Notice(path + ": " + std::string(format.unpublished) + "; nothing written");
+    return;
+  }
+  bench.Prompt().Notice(path + ": recognised as " + std::string(format.name) +
                         "; Convora has no converter for this format yet, nothing written");
 }
 

@@ -72,10 +72,13 @@ struct FormatDescriptor {
   // bench.WorkHeader. Null for a format that has no converter: a match still
   // counts, and the user is told what to do instead.
   void (*convert)(Workbench& bench);
+  // For a format whose layout is not published, so that no converter can be
+  // written: what was recognised and what the user can do instead.
+  std::string_view unpublished = {};
 };
 
-// Tells the user that bench.SelectedFilePath was recognised as `format`, for
-// which there is no converter, and that nothing was written.
-void TellNoConverter(Workbench& bench, std::string_view format);
+// Tells the user that bench.SelectedFilePath was recognised as `format`,
+// which has no converter, why, and that nothing was written.
+void TellNoConverter(Workbench& bench, const FormatDescriptor& format);
 
 }  // namespace convora

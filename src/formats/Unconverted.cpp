@@ -35,6 +35,13 @@ bool IsLumiraLong(const RecognitionInput& in) {
 
 }  // namespace
 
+// What the user can do with a file whose layout is not published.
+#define CONVORA_UNPUBLISHED(what)                                                               \
+  "recognised as " what ", whose layout is not published, so Convora cannot convert it: "     \
+  "convert it with the raw binary conversion (convora binary, or Convert Unknown Binary to "   \
+  "ABF in the window) if you know its layout, or export it from the program that recorded "   \
+  "it in a format Convora converts"
+
 // clang-format off
 const FormatDescriptor kMatlabFormat{"MATLAB file",
     [](const RecognitionInput& in) { return in.ProbeStartsWith("MATLAB"); }, nullptr};
@@ -43,7 +50,8 @@ const FormatDescriptor kScanFormat{"Kestrin's SCAN",
       return in.ProbeStartsWith("DT=") && in.UpperPath().ends_with(".SCA");
     }, nullptr};
 const FormatDescriptor kElsaaFormat{"ELSAA Data Files",
-    [](const RecognitionInput& in) { return Contains(in.Probe(), "ELSAA"); }, nullptr};
+    [](const RecognitionInput& in) { return Contains(in.Probe(), "ELSAA"); }, nullptr,
+    CONVORA_UNPUBLISHED("an ELSAA data file")};
 const FormatDescriptor kSpike2Format{"CED Spike2 Data File (smr)",
     [](const RecognitionInput& in) { return in.CharsAt(2, 10).starts_with("(C) CED"); }, nullptr};
 const FormatDescriptor kChartWinFormat{"Chart for Windows (*.adicht) data files",
@@ -51,29 +59,44 @@ const FormatDescriptor kChartWinFormat{"Chart for Windows (*.adicht) data files"
       // "ADInst" in UTF-16, up to its last letter's low byte.
       constexpr char kMark[] = {'A', 0, 'D', 0, 'I', 0, 'n', 0, 's', 0, 't'};
       return in.ProbeStartsWith(std::string_view(kMark, sizeof kMark));
-    }, nullptr};
-const FormatDescriptor kTorvaneFormat{"Torvane's Axobasic data files", IsTorvane, nullptr};
+    }, nullptr,
+    "recognised as a Chart for Windows file, whose layout is not published (only the maker's "
+    "Windows library reads it): export the recording from Chart as a MATLAB or binary file and "
+    "convert that"};
+const FormatDescriptor kTorvaneFormat{"Torvane's Axobasic data files", IsTorvane, nullptr,
+    CONVORA_UNPUBLISHED("a Torvane Axobasic data file")};
 const FormatDescriptor kRacalFormat{"Racal Heim DAT Recoder Binary File",
     [](const RecognitionInput& in) {
       return InStrNth(in.Probe(), "TIME", 1) == 16 && in.ProbeStartsWith("DATE");
-    }, nullptr};
+    }, nullptr,
+    CONVORA_UNPUBLISHED("a Racal Heim DAT recorder file")};
 const FormatDescriptor kWinTidaFormat{"WinTIDA File v1",
     [](const RecognitionInput& in) { return in.probe[4] == 1 && in.ProbeStartsWith("TIDA"); },
-    nullptr};
+    nullptr,
+    CONVORA_UNPUBLISHED("a WinTIDA file")};
 const FormatDescriptor kTidaFormat{"Tida v.1 File",
-    [](const RecognitionInput& in) { return Contains(in.CharsAt(501, 9), "TIDA"); }, nullptr};
+    [](const RecognitionInput& in) { return Contains(in.CharsAt(501, 9), "TIDA"); }, nullptr,
+    CONVORA_UNPUBLISHED("a TIDA file")};
 const FormatDescriptor kLumiraShortFormat{"Lumira short-integer file",
     [](const RecognitionInput& in) { return in.length % 512 == 0 && Int16At(in, 510) == 9999; },
-    nullptr};
-const FormatDescriptor kLumiraLongFormat{"Lumira long-integer file", IsLumiraLong, nullptr};
+    nullptr,
+    CONVORA_UNPUBLISHED("a Lumira short-integer file")};
+const FormatDescriptor kLumiraLongFormat{"Lumira long-integer file", IsLumiraLong, nullptr,
+    CONVORA_UNPUBLISHED("a Lumira long-integer file")};
 // Any file whose length is a multiple of 8000, the empty file included.
 const FormatDescriptor kBrenlowFormat{"Brenlow custom binary file",
-    [](const RecognitionInput& in) { return in.length % 8000 == 0; }, nullptr};
+    [](const RecognitionInput& in) { return in.length % 8000 == 0; }, nullptr,
+    "its length is a multiple of 8000 bytes, which is all that marks a Brenlow custom binary "
+    "file (an empty file has it too), and that layout is not published: if you know the file's "
+    "layout, convert it with the raw binary conversion (convora binary, or Convert Unknown "
+    "Binary to ABF in the window)"};
 const FormatDescriptor kOstrelFormat{"Ostrel's data file",
     [](const RecognitionInput& in) { return Int16At(in, 0) == 1 && Int32At(in, 2) == 70; },
-    nullptr};
+    nullptr,
+    CONVORA_UNPUBLISHED("an Ostrel data file")};
 const FormatDescriptor kDataQuestFormat{"DataQuest A.R.T files",
-    [](const RecognitionInput& in) { return in.ProbeStartsWith("WD"); }, nullptr};
+    [](const RecognitionInput& in) { return in.ProbeStartsWith("WD"); }, nullptr,
+    CONVORA_UNPUBLISHED("a DataQuest A.R.T file")};
 const FormatDescriptor kAcqKnowledgeMacFormat{"AcqKnowledge III file (Macintosh)",
     [](const RecognitionInput& in) {
       return Int16At(in, 0) == 0 && Int32At(in, 2) == 0x23000000;  // bytes 00 00 00 23
@@ -84,5 +107,6 @@ const FormatDescriptor kAcqKnowledgePcFormat{"AcqKnowledge III file (PC)",
 const FormatDescriptor kLtpFormat{"LTP Program Data File (*.p0)",
     [](const RecognitionInput& in) { return InStrNth(in.Probe(), "LTP_ASF", 1) == 2; }, nullptr};
 // clang-format on
+#undef CONVORA_UNPUBLISHED
 
 }  // namespace convora

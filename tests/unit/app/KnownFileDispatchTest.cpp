@@ -28,14 +28,16 @@ struct KnownFileDispatch : testing::Test {
 
 TEST_F(KnownFileDispatch, EveryMatchingRowSpeaksInTableOrderAndNothingIsAsked) {
   // Rows 1, 2 and 21 (16000 bytes): two messages, then the notice of a format
-  // without a converter.
+  // that cannot be converted.
   const auto path = fx.Select("both.abf", ByteBuilder().Text("ABF ").PadTo(294).Text("Vestralinkor")
                                               .PadTo(6000).Text("t").PadTo(16000).Get());
   EXPECT_EQ(Run(), (Lines{
       "ABF File: This is an Axon Binary File.  You don't need to convert.",
       "Vestralinkor Event File: This is an Event File Created by Vestralinkor Program.",
-      "notice: " + path.string() + ": recognised as Brenlow custom binary file; Convora has no "
-      "converter for this format yet, nothing written"}));
+      "notice: " + path.string() + ": its length is a multiple of 8000 bytes, which is all that "
+      "marks a Brenlow custom binary file (an empty file has it too), and that layout is not "
+      "published: if you know the file's layout, convert it with the raw binary conversion "
+      "(convora binary, or Convert Unknown Binary to ABF in the window); nothing written"}));
   EXPECT_EQ(fx.bench.WorkHeader.Bytes()[6000], 't');  // the first 6144 bytes
 }
 
