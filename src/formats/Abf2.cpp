@@ -224,6 +224,7 @@ void ConvertAbf2(Workbench& bench) {
   recording.sweeps = file.sweeps;
   recording.scansPerSweep = file.scansPerSweep;
   recording.start = StartOf(file.startDate, file.startMilliseconds);
+  if (file.operationMode == 2 || file.operationMode == 4) recording.episodicMode = file.operationMode;
   recording.tags = file.tags;
   std::vector<std::size_t> positions(file.channels.size());
   std::iota(positions.begin(), positions.end(), std::size_t{0});

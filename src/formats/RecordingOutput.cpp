@@ -227,6 +227,9 @@ std::filesystem::path WriteRecording(Workbench& bench, const Recording& recordin
   SetHeader(h, recording, storage);
   const auto perSweep = static_cast<std::int32_t>(recording.scansPerSweep * kept);
   const SweepLayout sweepLayout(h, static_cast<std::int32_t>(recording.sweeps), perSweep);
+  if (sweepLayout.Episodic() && recording.episodicMode) {
+    h.Set(abf::nOperationMode, *recording.episodicMode);
+  }
   const TagSection tags(h, recording.tags, sweepLayout.EndByte());
 
   if (kept < channels) {

@@ -57,6 +57,9 @@ struct Recording {
   std::int64_t sweeps = 1;
   // Samples of each channel in one sweep.
   std::int64_t scansPerSweep = 0;
+  // The episodic mode the source names (2 or 4 for oscilloscope sweeps);
+  // otherwise 5 for several sweeps, 3 for one.
+  std::optional<std::int16_t> episodicMode;
   // When the recording started, where the source says.
   std::optional<LocalDateTime> start;
   std::vector<RecordingTag> tags;
