@@ -83,6 +83,17 @@ def pulse_text():
     return ("\r\n".join(lines) + "\r\n").encode("ascii")
 
 
+def acqknowledge():
+    """A Macintosh AcqKnowledge 3.x graph of two int16 channels."""
+    out = struct.pack(">hiih", 0, 35, 24, 2).ljust(16, b"\0") + struct.pack(">d", 10.0)
+    for name in (b"ECG", b"Resp"):
+        head = struct.pack(">ih", 132, 1) + name.ljust(40, b"\0")
+        head = head.ljust(68, b"\0") + b"mV".ljust(20, b"\0") + struct.pack(">idd", 3, 0.01, 0.0)
+        out += head.ljust(132, b"\0")
+    out += struct.pack(">h", 6) + bytes(4) + struct.pack(">hhhh", 2, 2, 2, 2)
+    return out + struct.pack(">6h", 1, -1, 200, -200, 30, 0)
+
+
 def samples(*names):
     """Real files written by other software, where the samples folder is present."""
     folder = os.environ.get("CONVORA_SAMPLES_DIR",
@@ -111,6 +122,7 @@ SEEDS = {
     "fuzz_abf2": samples("abf/myokit_abf-v2_ABF2.abf"),
     "fuzz_cfs": samples("ced/m0ose01_test_data.cfs"),
     "fuzz_strathclyde": samples("strathclyde/myokit_wcp-file.wcp"),
+    "fuzz_acqknowledge": {"mac.acq": acqknowledge()},
 }
 
 if __name__ == "__main__":

@@ -3,6 +3,7 @@
 
 #include "formats/Abf2.h"
 #include "formats/AbfOrEventFile.h"
+#include "formats/AcqKnowledge.h"
 #include "formats/Axograph.h"
 #include "formats/Cfs.h"
 #include "formats/IgorBinary.h"

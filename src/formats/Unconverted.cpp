@@ -97,13 +97,6 @@ const FormatDescriptor kOstrelFormat{"Ostrel's data file",
 const FormatDescriptor kDataQuestFormat{"DataQuest A.R.T files",
     [](const RecognitionInput& in) { return in.ProbeStartsWith("WD"); }, nullptr,
     CONVORA_UNPUBLISHED("a DataQuest A.R.T file")};
-const FormatDescriptor kAcqKnowledgeMacFormat{"AcqKnowledge III file (Macintosh)",
-    [](const RecognitionInput& in) {
-      return Int16At(in, 0) == 0 && Int32At(in, 2) == 0x23000000;  // bytes 00 00 00 23
-    }, nullptr};
-const FormatDescriptor kAcqKnowledgePcFormat{"AcqKnowledge III file (PC)",
-    [](const RecognitionInput& in) { return Int16At(in, 0) == 0 && Int32At(in, 2) == 36; },
-    nullptr};
 const FormatDescriptor kLtpFormat{"LTP Program Data File (*.p0)",
     [](const RecognitionInput& in) { return InStrNth(in.Probe(), "LTP_ASF", 1) == 2; }, nullptr};
 // clang-format on

@@ -20,8 +20,6 @@ extern const FormatDescriptor kLumiraLongFormat;
 extern const FormatDescriptor kBrenlowFormat;
 extern const FormatDescriptor kOstrelFormat;
 extern const FormatDescriptor kDataQuestFormat;
-extern const FormatDescriptor kAcqKnowledgeMacFormat;
-extern const FormatDescriptor kAcqKnowledgePcFormat;
 extern const FormatDescriptor kLtpFormat;
 
 }  // namespace convora

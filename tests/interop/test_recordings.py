@@ -81,6 +81,16 @@ class RealRecordings(ConvoraTestCase):
                 numpy.testing.assert_allclose(converted[:, 0], values, rtol=0, atol=5 / 16384)
 
 
+    def test_acqknowledge_values_follow_the_documented_formula(self):
+        with open(sample("acq", "bioread_r35_test.acq"), "rb") as source:
+            data = source.read()
+        # Macintosh byte order; samples from byte 14994, raw x amplitude scale.
+        raw = numpy.frombuffer(data[14994:14994 + 31486 * 4], dtype=">i2").reshape(-1, 2)
+        expected = raw * numpy.array([0.0030517578125, 0.152587890625])
+        (converted,) = self.converted("acq", "bioread_r35_test.acq")
+        numpy.testing.assert_allclose(converted, expected, rtol=1e-6)
+
+
 class MixedBatch(ConvoraTestCase):
     def test_each_file_from_the_template_keeps_its_own_channel_count(self):
         axograph = b"AxGr" + struct.pack(">hh", 1, 3)
