@@ -7,7 +7,9 @@ packages=(
   libcli11-dev                     # command-line parsing
   libgtest-dev libgmock-dev        # unit tests
   libbenchmark-dev                 # benchmarks
-  python3 python3-neo              # independent ABF reader for the read-back tests
+  python3 python3-neo              # independent ABF readers for the read-back tests:
+  python3-stfio python3-biosig     # neo, stfio and biosig
+  python3-scipy                    # (neo's own numerics)
   qt6-base-dev                     # the window (Qt 6 Widgets, QTest)
   xvfb xauth                       # a display for the window's screenshot without a screen
 )

@@ -1,5 +1,6 @@
-"""Runs the convora program and reads its outputs back with neo's AxonIO, an
-ABF reader written independently of this project."""
+"""Runs the convora program and reads its outputs back with three ABF readers
+written independently of this project and of each other: neo's AxonIO, stfio
+and biosig. Every output read here is read by all three, which must agree."""
 
 import collections
 import os
@@ -10,10 +11,15 @@ import tempfile
 import unittest
 
 try:
+    import json
+
+    import biosig
     import numpy
     import neo
+    import stfio
 except ImportError as missing:  # pragma: no cover - depends on the machine
-    print(f"skipped: {missing}; scripts/setup.sh installs python3-neo", file=sys.stderr)
+    print(f"skipped: {missing}; scripts/setup.sh installs python3-neo, python3-stfio and "
+          "python3-biosig", file=sys.stderr)
     sys.exit(77)
 
 CONVORA = os.environ.get("CONVORA_EXE", "convora")
@@ -40,8 +46,64 @@ def one_count(reference, adc_range=10.24):
     return adc_range / (32768 * float32(10.24 / reference / 2))
 
 
+def read_sweeps(path):
+    """neo's reading of every sweep (samples x channels, physical units), once
+    stfio and biosig have read the same values and units from the file."""
+    block = neo.io.AxonIO(filename=str(path)).read_block(lazy=False)
+    sweeps = [numpy.hstack([numpy.asarray(s.magnitude, dtype=float) for s in segment.analogsignals])
+              for segment in block.segments]
+    units = [s.units.dimensionality.string for s in block.segments[0].analogsignals
+             for _ in range(s.shape[1])]
+    by_neo = numpy.vstack(sweeps)  # sweeps one after another, as the others give them
+    # neo reads float32; one part in 10^5 of each channel's largest value covers that.
+    tolerance = 1e-5 * numpy.maximum(numpy.abs(by_neo).max(axis=0), 1e-30) if by_neo.size else 0
+
+    # stfio and biosig take a channel's unit (stfio its gains too) from the
+    # slot of its position in the sampling sequence, not from the physical
+    # channel the sequence names there, so they misread files whose sequence
+    # is not 0, 1, ...: those of acquisition programs, which the editing tools
+    # keep as they are. Every file Convora converts samples in order.
+    if not sampled_in_order(path, len(units)):
+        return sweeps
+    record = stfio.read(str(path), "abf")  # named: stfio guesses only lower-case extensions
+    by_stfio = numpy.column_stack([numpy.concatenate([numpy.asarray(record[c][s])
+                                                      for s in range(len(record[c]))])
+                                   for c in range(len(record))])
+    check_agreement("stfio", by_stfio, [record[c].yunits for c in range(len(record))],
+                    by_neo, units, tolerance)
+    header = json.loads(biosig.header(str(path)))
+    check_agreement("biosig", numpy.asarray(biosig.data(str(path))),
+                    [c.get("PhysicalUnit", "") for c in header["CHANNEL"]], by_neo, units, tolerance)
+    return sweeps
+
+
+def sampled_in_order(path, channels):
+    """Whether nADCSamplingSeq names physical channels 0, 1, ... in order."""
+    with open(path, "rb") as source:
+        header = source.read(442)
+    return list(struct.unpack("<16h", header[410:442])[:channels]) == list(range(channels))
+
+
+def check_agreement(reader, values, units, by_neo, neo_units, tolerance):
+    """Raises AssertionError naming the reader that disagrees with neo."""
+    if values.shape != by_neo.shape:
+        raise AssertionError(f"{reader} reads {values.shape} samples, neo {by_neo.shape}")
+    # A channel without a unit: neo says "dimensionless", stfio "?", biosig "".
+    def plain(unit):
+        unit = unit.strip()
+        return "" if unit in ("?", "dimensionless") else unit
+
+    if [plain(u) for u in units] != [plain(u) for u in neo_units]:
+        raise AssertionError(f"{reader} reads units {units}, neo {neo_units}")
+    excess = numpy.abs(values - by_neo) - tolerance
+    if values.size and excess.max() > 0:
+        raise AssertionError(f"{reader} differs from neo by {excess.max()} more than allowed "
+                             f"(per channel {tolerance})")
+
+
 def read_abf(path):
-    """Every channel of the first segment, in physical units."""
+    """Every channel of the first segment, in physical units (all three readers agreeing)."""
+    read_sweeps(path)
     block = neo.io.AxonIO(filename=str(path)).read_block(lazy=False)
     channels = []
     for signal in block.segments[0].analogsignals:

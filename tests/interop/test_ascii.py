@@ -3,7 +3,7 @@
 import os
 import unittest
 
-from interop_support import SAMPLES, ConvoraTestCase, main, one_count, read_abf
+from interop_support import SAMPLES, ConvoraTestCase, main, one_count, read_abf, read_sweeps
 
 import neo
 import numpy
@@ -40,6 +40,7 @@ class AsciiReadBack(ConvoraTestCase):
                          f"{volts[1][i]}")
         source = self.write("sweeps.atf", ("\r\n".join(lines) + "\r\n").encode())
         (written,) = self.convert("atf", source)
+        read_sweeps(written)  # the other two readers agree with neo
         block = neo.io.AxonIO(filename=written).read_block()
         self.assertEqual(len(block.segments), 2)
         current_count = one_count(peak(sweeps[0] + sweeps[1]))
@@ -69,6 +70,7 @@ class AsciiReadBack(ConvoraTestCase):
         with open(source, "rb") as original:
             data = original.read()
         (written,) = self.convert("atf", self.write("step.atf", data))
+        read_sweeps(written)  # the other two readers agree with neo
         block = neo.io.AxonIO(filename=written).read_block()
         self.assertEqual(len(block.segments), 3)
         # Columns: time, then (pA, A) for each of the 3 sweeps; A is stored as pA.

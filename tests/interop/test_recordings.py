@@ -9,7 +9,7 @@ import unittest
 
 import numpy
 
-from interop_support import SAMPLES, ConvoraTestCase, main, neo
+from interop_support import SAMPLES, ConvoraTestCase, main, neo, read_sweeps
 
 try:
     import stfio
@@ -37,7 +37,7 @@ class RealRecordings(ConvoraTestCase):
         shutil.copy(sample(*parts), self.path(name))
         written = self.convert("convert", self.path(name))
         self.assertEqual(written, [self.path(name.split(".")[0] + suffix)])
-        return sweeps(neo.io.AxonIO(filename=written[0]))
+        return read_sweeps(written[0])
 
     def assertSweeps(self, actual, expected, tolerance):
         self.assertEqual(len(actual), len(expected))
@@ -101,7 +101,7 @@ class MixedBatch(ConvoraTestCase):
         self.write("one.itx", b"IGOR\rWAVES\twave0\rBEGIN\r\t-1e-12\r\t1e-12\rEND\r")
         written = self.convert("--each-from-template", "convert", "--interval", "50",
                                self.path("two.axgd"), self.path("one.itx"))
-        channels = [sweeps(neo.io.AxonIO(filename=path))[0].shape[1] for path in written]
+        channels = [read_sweeps(path)[0].shape[1] for path in written]
         self.assertEqual(channels, [2, 1])
 
 

@@ -7,7 +7,7 @@ import shutil
 import struct
 import unittest
 
-from interop_support import SAMPLES, ConvoraTestCase, float32, main, read_abf, numpy
+from interop_support import SAMPLES, ConvoraTestCase, float32, main, read_abf, read_sweeps, numpy
 
 from neo.rawio.axonrawio import parse_axon_soup
 
@@ -20,6 +20,7 @@ ONE_CHANNEL = "myokit_abf-v1.abf"           # 9 sweeps
 def all_sweeps(path):
     """Each channel's values over every sweep, with its unit and rate."""
     import neo
+    read_sweeps(path)  # the other two readers agree with neo
     block = neo.io.AxonIO(filename=path).read_block()
     channels = []
     for index, signal in enumerate(block.segments[0].analogsignals):
