@@ -1,6 +1,7 @@
 // The main window: its controls, the known-formats list, and the buttons run
 // over the file list's selection with scripted answers.
 
+#include <QCheckBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -148,6 +149,14 @@ class MainWindowTest : public QObject {
     f->Click("Command9");
     QCOMPARE(ToList(f->Transcript()).filter("New Filter Frequency").size(), 1);
     QVERIFY(f->Items("List1").isEmpty());
+  }
+
+  void theTemplateBoxStartsEveryFileAfresh() {
+    f->Open();
+    auto* box = f->Find<QCheckBox>("EachFromTemplate");
+    QVERIFY(!box->isChecked() && !f->window->Bench().EachFromTemplate);
+    box->click();
+    QVERIFY(f->window->Bench().EachFromTemplate);
   }
 
   void newFilesAppearOnRefresh() {

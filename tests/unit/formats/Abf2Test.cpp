@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "abf/ConvoraError.h"
-#include "support/TestSupport.h"
+#include "support/ExpectedAbf.h"
 
 // Small ABF 2 files laid out as the published ABF 2 header describes: a
 // section map in the 512-byte file header, one section per 512-byte block.
@@ -87,15 +87,8 @@ TEST_F(Abf2Test, WhatCannotBeReadIsRefusedByName) {
       {{.dataEntries = 1000}, "data section"},
   };
   for (const auto& [abf2, why] : refused) {
-    f.Select("cell.abf", Make(abf2));
-    try {
-      ConvertAbf2(f.bench);
-      ADD_FAILURE() << why;
-    } catch (const ConvoraError& e) {
-      EXPECT_NE(std::string(e.what()).find(why), std::string::npos) << e.what();
-    }
+    test::ExpectError(f, ConvertAbf2, "cell.abf", Make(abf2), why);
   }
-  EXPECT_TRUE(f.bench.List1.Entries().empty());
 }
 
 }  // namespace

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "abf/ConvoraError.h"
-#include "support/TestSupport.h"
+#include "support/ExpectedAbf.h"
 
 // AcqKnowledge 3.x files laid out as the maker's Application Note 156
 // describes them: graph header, channel headers, foreign data, type headers,
@@ -61,15 +61,9 @@ TEST(AcqKnowledge, WhatCannotBeReadIsRefusedByName) {
       {Make({{"a", "mV", 1, 2, 1}, {"b", "mV", 1, 2, 2}}, {1, 2, 3, 4}), "different numbers"},
       {Make({}, {}), "counts 0 channels"},
   };
+  test::BenchFixture f;
   for (const auto& [bytes, why] : refused) {
-    test::BenchFixture f;
-    f.Select("rec.acq", bytes);
-    try {
-      ConvertAcqKnowledgePC(f.bench);
-      ADD_FAILURE() << why;
-    } catch (const ConvoraError& e) {
-      EXPECT_NE(std::string(e.what()).find(why), std::string::npos) << e.what();
-    }
+    test::ExpectError(f, ConvertAcqKnowledgePC, "rec.acq", bytes, why);
   }
 }
 

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "abf/ConvoraError.h"
-#include "support/TestSupport.h"
+#include "support/ExpectedAbf.h"
 
 // Small CFS files laid out as CED's file-format notes describe version 2: a
 // 178-byte general header, 48-byte channel entries, no variables, then data
@@ -124,13 +124,7 @@ TEST_F(CfsTest, WhatCannotBeReadIsRefusedByName) {
       {Make(one, {{{9}, {1.0f}, Interleaved({1, 2})}}), "points of channel 1"},
   };
   for (const auto& [bytes, why] : refused) {
-    f.Select("rec.cfs", bytes);
-    try {
-      ConvertCFS(f.bench);
-      ADD_FAILURE() << why;
-    } catch (const ConvoraError& e) {
-      EXPECT_NE(std::string(e.what()).find(why), std::string::npos) << e.what();
-    }
+    test::ExpectError(f, ConvertCFS, "rec.cfs", bytes, why);
   }
 }
 

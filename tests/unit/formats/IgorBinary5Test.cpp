@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "abf/ConvoraError.h"
-#include "support/TestSupport.h"
+#include "support/ExpectedAbf.h"
 
 // Waves laid out as WaveMetrics Technical Note 003 describes version 5: a
 // 64-byte BinHeader5, a 320-byte WaveHeader5, the data, then the sections
@@ -91,19 +91,11 @@ TEST_F(IgorBinary5Test, WavesWithNothingToConvertAreRefusedByName) {
       {{.xUnit = "Hz", .values = {1, 2, 3}}, "not a time"},
   };
   for (const auto& [wave, why] : refused) {
-    f.Select("cell.ibw", Make(wave));
-    try {
-      ConvertIgor5(f.bench);
-      ADD_FAILURE() << why;
-    } catch (const ConvoraError& e) {
-      EXPECT_NE(std::string(e.what()).find(why), std::string::npos) << e.what();
-    }
+    test::ExpectError(f, ConvertIgor5, "cell.ibw", Make(wave), why);
   }
   test::Bytes cut = Make({.values = {1, 2, 3}});
   cut.resize(cut.size() - 1);
-  f.Select("cell.ibw", cut);
-  EXPECT_THROW(ConvertIgor5(f.bench), ConvoraError);
-  EXPECT_FALSE(std::filesystem::exists(f.dir / "cell.ABF"));
+  test::ExpectError(f, ConvertIgor5, "cell.ibw", cut, "points");
 }
 
 }  // namespace

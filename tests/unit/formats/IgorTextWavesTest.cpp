@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "abf/ConvoraError.h"
-#include "support/TestSupport.h"
+#include "support/ExpectedAbf.h"
 
 namespace convora {
 namespace {
@@ -77,15 +77,9 @@ TEST(IgorTextWaves, WhatCannotBeReadIsRefusedByLineOrName) {
       {"IGOR\nWAVES a\nBEGIN\n1\n", "no END line"},
       {"IGOR\nWAVES a\nBEGIN\nx1\nEND\n", "line 4: \"x1\" is not a number"},
   };
+  test::BenchFixture f;
   for (const auto& [text, why] : refused) {
-    test::BenchFixture f;
-    f.Select("w.itx", test::TextBytes(text));
-    try {
-      ConvertPulseItx2(f.bench);
-      ADD_FAILURE() << why;
-    } catch (const ConvoraError& e) {
-      EXPECT_NE(std::string(e.what()).find(why), std::string::npos) << e.what();
-    }
+    test::ExpectError(f, ConvertPulseItx2, "w.itx", test::TextBytes(text), why);
   }
 }
 

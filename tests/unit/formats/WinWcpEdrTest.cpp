@@ -3,7 +3,7 @@
 #include "abf/ConvoraError.h"
 #include "formats/WinEdr.h"
 #include "formats/WinWcp.h"
-#include "support/TestSupport.h"
+#include "support/ExpectedAbf.h"
 
 // Small WinWCP and WinEDR files laid out as the programs' file-structure
 // notes describe them: a zero-padded text header of KEY=value lines, then
@@ -75,17 +75,11 @@ TEST(WinWcp, WhatCannotBeReadIsRefusedByName) {
       {head + "NR=1\r\nNP=600\r\n", "do not fit their data blocks"},
       {"VER=9\r\nNBH=1024\r\nNR=1\r\n", "NC is missing"},
   };
+  test::BenchFixture f;
   for (const auto& [lines, why] : refused) {
-    test::BenchFixture f;
     auto b = Header(lines, 1024);
     Record(b, "ACCEPTED", 0.001f, 10.0f, {1});
-    f.Select("cell.wcp", b.Get());
-    try {
-      ConvertWinWCP(f.bench);
-      ADD_FAILURE() << why;
-    } catch (const ConvoraError& e) {
-      EXPECT_NE(std::string(e.what()).find(why), std::string::npos) << e.what();
-    }
+    test::ExpectError(f, ConvertWinWCP, "cell.wcp", b.Get(), why);
   }
 }
 
