@@ -78,6 +78,23 @@ std::int64_t KeyValueHeader::Count(const std::string& key, std::int64_t lowest) 
   return static_cast<std::int64_t>(number);
 }
 
+RecordedChannel KeyValueHeader::Channel(std::int64_t c, double perCount) const {
+  const std::string n = std::to_string(c);
+  const double zero = Number("YZ" + n).value_or(0.0);
+  return {Text("YN" + n).value_or(""), Text("YU" + n).value_or(""), perCount, -zero * perCount,
+          true};
+}
+
+std::size_t KeyValueHeader::Position(std::int64_t c, std::int64_t channels) const {
+  const std::string key = "YO" + std::to_string(c);
+  const std::int64_t at = Number(key) ? Count(key, 0) : c;
+  if (at >= channels) {
+    throw ConvoraError("channel " + std::to_string(c) + "'s position " + key +
+                       " lies outside its " + std::to_string(channels) + "-channel scans");
+  }
+  return static_cast<std::size_t>(at);
+}
+
 std::optional<LocalDateTime> KeyValueHeader::Time(const std::string& key) const {
   const auto text = Text(key);
   LocalDateTime t;

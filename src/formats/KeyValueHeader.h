@@ -10,6 +10,7 @@
 
 #include "abf/FileIo.h"
 #include "abf/StartDateTime.h"
+#include "formats/RecordingOutput.h"
 
 namespace convora {
 
@@ -30,6 +31,12 @@ class KeyValueHeader {
   std::int64_t Count(const std::string& key, std::int64_t lowest) const;
   // "dd/mm/yyyy hh:mm:ss", as the recording programs write times.
   std::optional<LocalDateTime> Time(const std::string& key) const;
+
+  // Channel c of `channels`, as both programs describe it: name YNc, unit
+  // YUc, zero level YZc (in counts), with `perCount` units per count.
+  RecordedChannel Channel(std::int64_t c, double perCount) const;
+  // Where channel c sits in a scan of `channels` values (YOc; c without it).
+  std::size_t Position(std::int64_t c, std::int64_t channels) const;
 
  private:
   std::map<std::string, std::string> values_;

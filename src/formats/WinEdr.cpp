@@ -35,16 +35,9 @@ void ConvertWinCDR(Workbench& bench) {
   std::vector<std::size_t> position;
   for (std::int64_t c = 0; c < channels; ++c) {
     const std::string n = std::to_string(c);
-    const double perCount = range / (adcMax * header.Required("YCF" + n) * header.Required("YAG" + n));
-    const double zero = header.Number("YZ" + n).value_or(0.0);
-    recording.channels.push_back({header.Text("YN" + n).value_or(""), header.Text("YU" + n).value_or(""),
-                                  perCount, -zero * perCount, true});
-    const std::int64_t at = header.Number("YO" + n) ? header.Count("YO" + n, 0) : c;
-    if (at >= channels) {
-      throw ConvoraError("channel " + n + "'s position YO" + n + " lies outside its " +
-                         std::to_string(channels) + "-channel scans");
-    }
-    position.push_back(static_cast<std::size_t>(at));
+    recording.channels.push_back(header.Channel(
+        c, range / (adcMax * header.Required("YCF" + n) * header.Required("YAG" + n))));
+    position.push_back(header.Position(c, channels));
   }
   recording.channelIntervalUs = intervalSeconds * 1e6;
   recording.scansPerSweep = scans;

@@ -88,16 +88,8 @@ void ConvertWinWCP(Workbench& bench) {
     if (!sameRange) {
       throw ConvoraError("channel " + n + "'s voltage range VMax changes between records");
     }
-    const double perCount = ranges[0][c] / (adcMax * header.Required("YG" + n));
-    const double zero = header.Number("YZ" + n).value_or(0.0);
-    recording.channels.push_back({header.Text("YN" + n).value_or(""), header.Text("YU" + n).value_or(""),
-                                  perCount, -zero * perCount, true});
-    const std::int64_t at = header.Number("YO" + n) ? header.Count("YO" + n, 0) : c;
-    if (at >= channels) {
-      throw ConvoraError("channel " + n + "'s position YO" + n + " lies outside its " +
-                         std::to_string(channels) + "-channel scans");
-    }
-    position.push_back(static_cast<std::size_t>(at));
+    recording.channels.push_back(header.Channel(c, ranges[0][c] / (adcMax * header.Required("YG" + n))));
+    position.push_back(header.Position(c, channels));
   }
   recording.channelIntervalUs = interval * 1e6;
   recording.sweeps = records;
