@@ -4,9 +4,8 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   convora::fuzz::RunOnBytes(data, size, "cell.abf", [](convora::Workbench& bench) {
-    convora::fuzz::Refusable(bench, [](convora::Workbench& b) {
-      convora::SummarizeAbf2(b.SelectedFilePath);
-    });
+    convora::fuzz::Refusable(
+        bench, [](convora::Workbench& b) { convora::SummarizeAbf2(b.SelectedFilePath); });
     convora::ConvertAbf2(bench);
   });
   return 0;

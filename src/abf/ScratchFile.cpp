@@ -56,10 +56,12 @@ ScratchFile::ScratchFile(const std::filesystem::path& folder) {
   if (descriptor_ < 0) {
     // Folders on file systems without unnamed files (some network shares).
     std::FILE* const file = std::tmpfile();
-    if (file == nullptr) throw ConvoraError("cannot make a temporary file (" + SystemReason() + ")");
+    if (file == nullptr)
+      throw ConvoraError("cannot make a temporary file (" + SystemReason() + ")");
     descriptor_ = ::dup(::fileno(file));
     std::fclose(file);
-    if (descriptor_ < 0) throw ConvoraError("cannot make a temporary file (" + SystemReason() + ")");
+    if (descriptor_ < 0)
+      throw ConvoraError("cannot make a temporary file (" + SystemReason() + ")");
   }
 #if defined(__linux__)
   // In memory, blocks taken ahead would only be pages zeroed for the writes

@@ -32,9 +32,7 @@ class ScratchFile {
 
  private:
 #if defined(_WIN32)
-  void Swap(ScratchFile& other) noexcept {
-    std::swap(file_, other.file_);
-  }
+  void Swap(ScratchFile& other) noexcept { std::swap(file_, other.file_); }
   std::FILE* file_ = nullptr;
 #else
   void Swap(ScratchFile& other) noexcept {

@@ -82,9 +82,7 @@ void SplitFields(std::string_view line, Separator separator,
     }
     return;
   }
-  const char mark = separator == Separator::Tab     ? '\t'
-                    : separator == Separator::Comma ? ','
-                                                    : ';';
+  const char mark = separator == Separator::Tab ? '\t' : separator == Separator::Comma ? ',' : ';';
   std::size_t start = 0;
   for (;;) {
     const std::size_t end = line.find(mark, start);

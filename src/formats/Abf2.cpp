@@ -47,7 +47,7 @@ struct Section {
 struct Channel {
   std::string name;
   std::string unit;
-  double scale;   // value = count x scale + offset
+  double scale;  // value = count x scale + offset
   double offset;
 };
 
@@ -114,8 +114,8 @@ std::string StringAt(const std::vector<std::string>& strings, std::int32_t index
 LocalDateTime StartOf(std::uint32_t date, std::uint32_t milliseconds) {
   // Fields past their ranges give a start that the output step leaves out.
   const std::uint32_t seconds = milliseconds / 1000;
-  return {static_cast<int>(date / 10000), static_cast<int>(date / 100 % 100),
-          static_cast<int>(date % 100),   static_cast<int>(seconds / 3600),
+  return {static_cast<int>(date / 10000),      static_cast<int>(date / 100 % 100),
+          static_cast<int>(date % 100),        static_cast<int>(seconds / 3600),
           static_cast<int>(seconds / 60 % 60), static_cast<int>(seconds % 60)};
 }
 
@@ -131,7 +131,8 @@ Abf2File ReadAbf2(SourceFile& source) {
   file.startMilliseconds = head.UInt32(20, "start time");
   const std::int16_t dataFormat = head.Int16(30, "data format");
   if (dataFormat != 0 && dataFormat != 1) {
-    throw ConvoraError("the data format (" + std::to_string(dataFormat) + ") is neither int16 nor float32");
+    throw ConvoraError("the data format (" + std::to_string(dataFormat) +
+                       ") is neither int16 nor float32");
   }
   file.floats = dataFormat == 1;
 
@@ -148,19 +149,22 @@ Abf2File ReadAbf2(SourceFile& source) {
     throw ConvoraError("the file is compressed, which this conversion does not read");
   }
 
-  const std::vector<std::string> strings = StringsOf(source, SectionAt(head, kStringsSection, "strings"));
+  const std::vector<std::string> strings =
+      StringsOf(source, SectionAt(head, kStringsSection, "strings"));
   const Section adc = SectionAt(head, kAdcSection, "ADC");
   const auto adcBytes = ReadSection(source, adc, 82, "ADC");
   for (std::int64_t k = 0; k < adc.entries; ++k) {
-    const FieldReader entry(std::span<const std::uint8_t>(adcBytes).subspan(static_cast<std::size_t>(k * adc.entryBytes),
-                                                          static_cast<std::size_t>(adc.entryBytes)),
-                            ByteOrder::LittleEndian);
+    const FieldReader entry(
+        std::span<const std::uint8_t>(adcBytes).subspan(
+            static_cast<std::size_t>(k * adc.entryBytes), static_cast<std::size_t>(adc.entryBytes)),
+        ByteOrder::LittleEndian);
     double gain = double{entry.Float(40, "instrument scale factor")} *
                   entry.Float(48, "signal gain") * entry.Float(28, "programmable gain");
     if (entry.Int16(2, "telegraph enable") != 0) gain *= entry.Float(6, "telegraph gain");
-    Channel channel{StringAt(strings, entry.Int32(74, "channel name index")),
-                    StringAt(strings, entry.Int32(78, "unit index")), 1.0,
-                    double{entry.Float(44, "instrument offset")} - entry.Float(52, "signal offset")};
+    Channel channel{
+        StringAt(strings, entry.Int32(74, "channel name index")),
+        StringAt(strings, entry.Int32(78, "unit index")), 1.0,
+        double{entry.Float(44, "instrument offset")} - entry.Float(52, "signal offset")};
     if (!file.floats) channel.scale = adcRange / (gain * resolution);
     if (file.floats) channel.offset = 0.0;  // float samples are values already
     file.channels.push_back(channel);
@@ -182,14 +186,16 @@ Abf2File ReadAbf2(SourceFile& source) {
     file.sweeps = 1;
     file.scansPerSweep = scans;
   } else if (file.operationMode == 1) {
-    throw ConvoraError("the file holds sweeps of varying length (event-driven mode 1), which "
-                       "this conversion does not read yet");
+    throw ConvoraError(
+        "the file holds sweeps of varying length (event-driven mode 1), which "
+        "this conversion does not read yet");
   } else {
     file.sweeps = episodes;
     file.scansPerSweep = samplesPerEpisode / channels;
     if (samplesPerEpisode % channels != 0 || file.scansPerSweep * episodes > scans) {
       throw ConvoraError("the sweeps (" + std::to_string(episodes) + " of " +
-                         std::to_string(samplesPerEpisode) + " samples) do not fit the data section");
+                         std::to_string(samplesPerEpisode) +
+                         " samples) do not fit the data section");
     }
   }
 
@@ -198,12 +204,12 @@ Abf2File ReadAbf2(SourceFile& source) {
   const auto tagBytes = ReadSection(source, tag, kTagBytes, "tag");
   const double synchTimeUnit = protocol.Float(14, "synch time unit");
   for (std::int64_t k = 0; k < tag.entries; ++k) {
-    const FieldReader entry(std::span<const std::uint8_t>(tagBytes).subspan(static_cast<std::size_t>(k * tag.entryBytes),
-                                                          kTagBytes),
+    const FieldReader entry(std::span<const std::uint8_t>(tagBytes).subspan(
+                                static_cast<std::size_t>(k * tag.entryBytes), kTagBytes),
                             ByteOrder::LittleEndian);
     const double ticks = entry.Int32(0, "tag time");
-    const double samples = synchTimeUnit > 0.0 ? ticks * synchTimeUnit * channels / file.intervalUs
-                                               : ticks;
+    const double samples =
+        synchTimeUnit > 0.0 ? ticks * synchTimeUnit * channels / file.intervalUs : ticks;
     file.tags.push_back({static_cast<std::int64_t>(std::llround(samples)),
                          entry.Text(4, 56, "tag comment"), entry.Int16(60, "tag type")});
   }
@@ -224,14 +230,16 @@ void ConvertAbf2(Workbench& bench) {
   recording.sweeps = file.sweeps;
   recording.scansPerSweep = file.scansPerSweep;
   recording.start = StartOf(file.startDate, file.startMilliseconds);
-  if (file.operationMode == 2 || file.operationMode == 4) recording.episodicMode = file.operationMode;
+  if (file.operationMode == 2 || file.operationMode == 4)
+    recording.episodicMode = file.operationMode;
   recording.tags = file.tags;
   std::vector<std::size_t> positions(file.channels.size());
   std::iota(positions.begin(), positions.end(), std::size_t{0});
   std::vector<std::int64_t> sweepStarts;
-  const auto sweepBytes = file.scansPerSweep * static_cast<std::int64_t>(file.channels.size()) *
-                          (file.floats ? 4 : 2);
-  for (std::int64_t k = 0; k < file.sweeps; ++k) sweepStarts.push_back(file.dataOffset + k * sweepBytes);
+  const auto sweepBytes =
+      file.scansPerSweep * static_cast<std::int64_t>(file.channels.size()) * (file.floats ? 4 : 2);
+  for (std::int64_t k = 0; k < file.sweeps; ++k)
+    sweepStarts.push_back(file.dataOffset + k * sweepBytes);
   InterleavedScans reader(source, file.floats ? StoredType::kFloat32 : StoredType::kInt16,
                           ByteOrder::LittleEndian, positions.size(), positions, sweepStarts);
   WriteRecording(bench, recording, reader, "_abf1.ABF");
@@ -248,7 +256,8 @@ AbfSummary SummarizeAbf2(const std::filesystem::path& abf2File) {
   s.channelInterval = file.intervalUs;
   s.samples = static_cast<std::int32_t>(std::min<std::int64_t>(
       file.sweeps * file.scansPerSweep * s.channels, std::numeric_limits<std::int32_t>::max()));
-  s.durationUs = std::llround(static_cast<double>(file.sweeps * file.scansPerSweep) * file.intervalUs);
+  s.durationUs =
+      std::llround(static_cast<double>(file.sweeps * file.scansPerSweep) * file.intervalUs);
   if (file.operationMode != 3) {
     s.sweeps = static_cast<std::int32_t>(file.sweeps);
     s.sweepSamples = static_cast<std::int32_t>(file.scansPerSweep);
@@ -263,8 +272,7 @@ AbfSummary SummarizeAbf2(const std::filesystem::path& abf2File) {
 }
 
 const FormatDescriptor kAbf2Format{
-    "ABF 2 file",
-    [](const RecognitionInput& in) { return in.ProbeStartsWith("ABF2"); },
+    "ABF 2 file", [](const RecognitionInput& in) { return in.ProbeStartsWith("ABF2"); },
     ConvertAbf2};
 
 }  // namespace convora

@@ -5,8 +5,7 @@
 namespace convora {
 
 const FormatDescriptor kAbfFileFormat{
-    "ABF file",
-    [](const RecognitionInput& in) { return IsAbfFile(in.header); },
+    "ABF file", [](const RecognitionInput& in) { return IsAbfFile(in.header); },
     [](Workbench& bench) {
       bench.Prompt().ShowMessage("ABF File",
                                  "This is an Axon Binary File.  You don't need to convert.");

@@ -49,7 +49,8 @@ AcqFile ReadAcq(SourceFile& source, ByteOrder order) {
     throw ConvoraError("the graph header counts " + std::to_string(channels) + " channels");
   }
   for (std::int64_t c = 0; c < channels; ++c) {
-    RequireInFile(source, at, kChannelHeaderBytes, "the header of channel " + std::to_string(c + 1));
+    RequireInFile(source, at, kChannelHeaderBytes,
+                  "the header of channel " + std::to_string(c + 1));
     const auto bytes = ReadBytes(source, at, kChannelHeaderBytes);
     const FieldReader header(bytes, order);
     const std::int64_t length = header.Int32(0, "channel header length");
@@ -57,16 +58,20 @@ AcqFile ReadAcq(SourceFile& source, ByteOrder order) {
       throw ConvoraError("channel " + std::to_string(c + 1) + "'s header length (" +
                          std::to_string(length) + ") is shorter than its fields");
     }
-    file.channels.push_back({{header.Text(6, 40, "channel name"), header.Text(68, 20, "units"),
-                              header.Double(92, "amplitude scale"), header.Double(100, "amplitude offset")},
-                             StoredType::kInt16, 0, header.Int32(88, "sample count")});
+    file.channels.push_back(
+        {{header.Text(6, 40, "channel name"), header.Text(68, 20, "units"),
+          header.Double(92, "amplitude scale"), header.Double(100, "amplitude offset")},
+         StoredType::kInt16,
+         0,
+         header.Int32(88, "sample count")});
     at += length;
   }
   // The foreign-data section gives its own length, its first field.
   RequireInFile(source, at, 2, "the foreign-data section");
   const auto foreign = ReadBytes(source, at, 2);
   const std::int64_t foreignLength = FieldReader(foreign, order).Int16(0, "foreign data length");
-  if (foreignLength < 2) throw ConvoraError("the foreign-data length is " + std::to_string(foreignLength));
+  if (foreignLength < 2)
+    throw ConvoraError("the foreign-data length is " + std::to_string(foreignLength));
   at += foreignLength;
 
   RequireInFile(source, at, channels * 4, "the channels' type headers");
@@ -90,8 +95,9 @@ AcqFile ReadAcq(SourceFile& source, ByteOrder order) {
     channel.offsetInScan = file.scanBytes;
     file.scanBytes += static_cast<std::size_t>(size);
     if (channel.samples != file.channels.front().samples) {
-      throw ConvoraError("the channels hold different numbers of samples, which a file sampling "
-                         "them all at one rate cannot");
+      throw ConvoraError(
+          "the channels hold different numbers of samples, which a file sampling "
+          "them all at one rate cannot");
     }
   }
   file.dataAt = at + channels * 4;
@@ -143,19 +149,19 @@ void ConvertAcq(Workbench& bench, ByteOrder order) {
 void ConvertAcqKnowledgeMac(Workbench& bench) { ConvertAcq(bench, ByteOrder::BigEndian); }
 void ConvertAcqKnowledgePC(Workbench& bench) { ConvertAcq(bench, ByteOrder::LittleEndian); }
 
-const FormatDescriptor kAcqKnowledgeMacFormat{
-    "AcqKnowledge III file (Macintosh)",
-    [](const RecognitionInput& in) {
-      return in.LittleEndianAt<std::int16_t>(0) == 0 &&
-             in.LittleEndianAt<std::int32_t>(2) == 0x23000000;  // bytes 00 00 00 23
-    },
-    ConvertAcqKnowledgeMac};
+const FormatDescriptor kAcqKnowledgeMacFormat{"AcqKnowledge III file (Macintosh)",
+                                              [](const RecognitionInput& in) {
+                                                return in.LittleEndianAt<std::int16_t>(0) == 0 &&
+                                                       in.LittleEndianAt<std::int32_t>(2) ==
+                                                           0x23000000;  // bytes 00 00 00 23
+                                              },
+                                              ConvertAcqKnowledgeMac};
 
-const FormatDescriptor kAcqKnowledgePcFormat{
-    "AcqKnowledge III file (PC)",
-    [](const RecognitionInput& in) {
-      return in.LittleEndianAt<std::int16_t>(0) == 0 && in.LittleEndianAt<std::int32_t>(2) == 36;
-    },
-    ConvertAcqKnowledgePC};
+const FormatDescriptor kAcqKnowledgePcFormat{"AcqKnowledge III file (PC)",
+                                             [](const RecognitionInput& in) {
+                                               return in.LittleEndianAt<std::int16_t>(0) == 0 &&
+                                                      in.LittleEndianAt<std::int32_t>(2) == 36;
+                                             },
+                                             ConvertAcqKnowledgePC};
 
 }  // namespace convora

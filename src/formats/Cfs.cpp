@@ -34,7 +34,7 @@ struct CfsChannel {
 };
 
 struct SectionChannel {
-  std::int64_t first;   // file offset of point 0
+  std::int64_t first;  // file offset of point 0
   std::int64_t points;
   double scale;
   double offset;
@@ -48,8 +48,8 @@ struct CfsFile {
 };
 
 std::optional<StoredType> TypeOf(std::uint8_t code) {
-  constexpr StoredType kTypes[] = {StoredType::kInt8,   StoredType::kUInt8,  StoredType::kInt16,
-                                   StoredType::kUInt16, StoredType::kInt32,  StoredType::kFloat32,
+  constexpr StoredType kTypes[] = {StoredType::kInt8,   StoredType::kUInt8, StoredType::kInt16,
+                                   StoredType::kUInt16, StoredType::kInt32, StoredType::kFloat32,
                                    StoredType::kFloat64};
   if (code < std::size(kTypes)) return kTypes[code];
   return std::nullopt;  // 7: text
@@ -98,8 +98,9 @@ CfsFile ReadCfs(SourceFile& source) {
   const auto headBytes = ReadBytes(source, 0, kGeneralHeaderBytes);
   const FieldReader head(headBytes, ByteOrder::LittleEndian);
   if (head.Text(0, 8, "marker") != "CEDFILE\"") {
-    throw ConvoraError("a CFS file of an older version (its marker is not CEDFILE\"), which "
-                       "this conversion does not read");
+    throw ConvoraError(
+        "a CFS file of an older version (its marker is not CEDFILE\"), which "
+        "this conversion does not read");
   }
   CfsFile file;
   file.start = StartOf(head.Text(26, 8, "time"), head.Text(34, 8, "date"));
@@ -119,8 +120,10 @@ CfsFile ReadCfs(SourceFile& source) {
     const bool equallySpaced = table.Byte(at + 43, "channel kind") == 0;
     CfsChannel channel{table.CountedText(at, 22, "channel name"),
                        table.CountedText(at + 22, 10, "channel units"),
-                       type.value_or(StoredType::kUInt8), table.Int16(at + 44, "point spacing"),
-                       equallySpaced, type && equallySpaced};
+                       type.value_or(StoredType::kUInt8),
+                       table.Int16(at + 44, "point spacing"),
+                       equallySpaced,
+                       type && equallySpaced};
     if (channel.convertible && channel.spacing < static_cast<std::int64_t>(BytesOf(channel.type))) {
       throw ConvoraError("channel " + std::to_string(c + 1) + "'s points are " +
                          std::to_string(channel.spacing) + " bytes apart, less than one point");
@@ -132,25 +135,30 @@ CfsFile ReadCfs(SourceFile& source) {
   }
 
   for (const std::int64_t at : SectionOffsets(source, head, sections)) {
-    const std::size_t bytes = kSectionChannelsAt + static_cast<std::size_t>(channels) * kSectionChannelBytes;
+    const std::size_t bytes =
+        kSectionChannelsAt + static_cast<std::size_t>(channels) * kSectionChannelBytes;
     RequireInFile(source, at, static_cast<std::int64_t>(bytes), "a data section header");
     const auto sectionBytes = ReadBytes(source, at, bytes);
     const FieldReader section(sectionBytes, ByteOrder::LittleEndian);
     const std::int64_t dataStart = section.Int32(4, "section data start");
     const std::int64_t dataBytes = section.Int32(8, "section data size");
-    RequireInFile(source, dataStart, dataBytes, "the data of section " + std::to_string(file.sections.size() + 1));
+    RequireInFile(source, dataStart, dataBytes,
+                  "the data of section " + std::to_string(file.sections.size() + 1));
     std::vector<SectionChannel> parts;
     for (std::int64_t c = 0; c < channels; ++c) {
       const std::size_t p = kSectionChannelsAt + static_cast<std::size_t>(c) * kSectionChannelBytes;
       const CfsChannel& channel = file.channels[static_cast<std::size_t>(c)];
       SectionChannel part{dataStart + section.Int32(p, "channel data offset"),
-                          section.Int32(p + 4, "channel point count"), section.Float(p + 8, "y scale"),
-                          section.Float(p + 12, "y offset"), 0.0};
-      const std::string xUnits = table.CountedText(static_cast<std::size_t>(c) * kChannelEntryBytes + 32, 10, "x units");
-      part.stepSeconds = section.Float(p + 16, "x increment") * SecondsPerTimeUnit(xUnits).value_or(0.0);
-      const std::int64_t end = part.points > 0 ? part.first - dataStart + (part.points - 1) * channel.spacing +
-                                                     static_cast<std::int64_t>(BytesOf(channel.type))
-                                               : 0;
+                          section.Int32(p + 4, "channel point count"),
+                          section.Float(p + 8, "y scale"), section.Float(p + 12, "y offset"), 0.0};
+      const std::string xUnits =
+          table.CountedText(static_cast<std::size_t>(c) * kChannelEntryBytes + 32, 10, "x units");
+      part.stepSeconds =
+          section.Float(p + 16, "x increment") * SecondsPerTimeUnit(xUnits).value_or(0.0);
+      const std::int64_t end = part.points > 0
+                                   ? part.first - dataStart + (part.points - 1) * channel.spacing +
+                                         static_cast<std::int64_t>(BytesOf(channel.type))
+                                   : 0;
       if (channel.convertible && (part.points < 0 || part.first < dataStart || end > dataBytes)) {
         throw ConvoraError("the points of channel " + std::to_string(c + 1) + " (" +
                            std::to_string(part.points) + ") do not fit data section " +
@@ -180,12 +188,13 @@ class SectionReader : public ScanReader {
       // Past a shorter section's last point the sweep is padded with zeros.
       const std::int64_t available = std::clamp<std::int64_t>(part.points - first, 0, scans);
       std::fill(column_.begin(), column_.end(), 0.0);
-      ReadValues(source_, part.first + first * channel.spacing, channel.type, ByteOrder::LittleEndian,
-                 static_cast<std::size_t>(channel.spacing),
+      ReadValues(source_, part.first + first * channel.spacing, channel.type,
+                 ByteOrder::LittleEndian, static_cast<std::size_t>(channel.spacing),
                  std::span(column_).first(static_cast<std::size_t>(available)));
       for (std::size_t s = 0; s < scans; ++s) {
         double value = column_[s];
-        if (scaled_[k] && static_cast<std::int64_t>(s) < available) value = value * part.scale + part.offset;
+        if (scaled_[k] && static_cast<std::int64_t>(s) < available)
+          value = value * part.scale + part.offset;
         out[s * width + k] = value;
       }
     }
@@ -228,8 +237,10 @@ void ConvertCFS(Workbench& bench) {
     }
   }
   if (!leftOut.empty()) {
-    bench.Prompt().Notice(where + "left out, for being sampled at another rate or not equally "
-                                  "spaced in time: " + leftOut);
+    bench.Prompt().Notice(where +
+                          "left out, for being sampled at another rate or not equally "
+                          "spaced in time: " +
+                          leftOut);
   }
 
   Recording recording;
@@ -240,9 +251,11 @@ void ConvertCFS(Workbench& bench) {
     const CfsChannel& channel = file.channels[c];
     bool sameScale = true;
     for (const auto& section : file.sections) {
-      sameScale = sameScale && section[c].scale == first[c].scale && section[c].offset == first[c].offset;
+      sameScale =
+          sameScale && section[c].scale == first[c].scale && section[c].offset == first[c].offset;
       if (section[c].stepSeconds != step) {
-        throw ConvoraError("channel " + channel.name + " changes its sample interval between data "
+        throw ConvoraError("channel " + channel.name +
+                           " changes its sample interval between data "
                            "sections, which one ABF file cannot hold");
       }
       unequal = unequal || section[c].points != first[kept.front()].points;
@@ -254,8 +267,10 @@ void ConvertCFS(Workbench& bench) {
                                   sameScale && IsWholeCount(channel.type)});
   }
   if (unequal) {
-    bench.Prompt().Notice(where + "its data sections differ in length; each sweep is padded "
-                                  "with zeros to the longest, " + std::to_string(longest) + " points");
+    bench.Prompt().Notice(where +
+                          "its data sections differ in length; each sweep is padded "
+                          "with zeros to the longest, " +
+                          std::to_string(longest) + " points");
   }
   recording.channelIntervalUs = step * 1e6;
   recording.sweeps = static_cast<std::int64_t>(file.sections.size());
@@ -267,7 +282,6 @@ void ConvertCFS(Workbench& bench) {
 
 const FormatDescriptor kCfsFormat{
     "CED Signal Data File (CFS)",
-    [](const RecognitionInput& in) { return in.ProbeStartsWith("CEDFILE"); },
-    ConvertCFS};
+    [](const RecognitionInput& in) { return in.ProbeStartsWith("CEDFILE"); }, ConvertCFS};
 
 }  // namespace convora

@@ -23,9 +23,8 @@ std::string RecognitionInput::LowerPath() const {
   return PathWith(path, [](unsigned char c) { return std::tolower(c); });
 }
 
-RecognitionInput MakeRecognitionInput(std::span<const std::uint8_t> firstBytes,
-                                      std::int64_t length, std::filesystem::path path,
-                                      std::int16_t lastBlockMark) {
+RecognitionInput MakeRecognitionInput(std::span<const std::uint8_t> firstBytes, std::int64_t length,
+                                      std::filesystem::path path, std::int16_t lastBlockMark) {
   RecognitionInput input;
   input.header = AbfHeader(firstBytes);
   std::copy_n(input.header.Bytes().begin(), kProbeBytes, input.probe.begin());

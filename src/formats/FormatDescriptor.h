@@ -54,9 +54,8 @@ struct RecognitionInput {
 
 // Builds the input from the first bytes of a file (up to 6144 are used; fewer
 // read as zeros past their end), its length and path.
-RecognitionInput MakeRecognitionInput(std::span<const std::uint8_t> firstBytes,
-                                      std::int64_t length, std::filesystem::path path,
-                                      std::int16_t lastBlockMark = 0);
+RecognitionInput MakeRecognitionInput(std::span<const std::uint8_t> firstBytes, std::int64_t length,
+                                      std::filesystem::path path, std::int16_t lastBlockMark = 0);
 
 inline bool Contains(std::string_view text, std::string_view sought) {
   return text.find(sought) != std::string_view::npos;

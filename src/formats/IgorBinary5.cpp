@@ -35,15 +35,24 @@ StoredType TypeOf(std::int16_t code) {
   if (code == 0) throw ConvoraError("the wave is a text wave: it holds no numbers to convert");
   if (code & 0x01) throw ConvoraError("the wave is complex: only real waves are converted");
   switch (code) {
-    case 0x02: return StoredType::kFloat32;
-    case 0x04: return StoredType::kFloat64;
-    case 0x08: return StoredType::kInt8;
-    case 0x10: return StoredType::kInt16;
-    case 0x20: return StoredType::kInt32;
-    case 0x48: return StoredType::kUInt8;
-    case 0x50: return StoredType::kUInt16;
-    case 0x60: return StoredType::kUInt32;
-    default: throw ConvoraError("the wave's number type (" + std::to_string(code) + ") is unknown");
+    case 0x02:
+      return StoredType::kFloat32;
+    case 0x04:
+      return StoredType::kFloat64;
+    case 0x08:
+      return StoredType::kInt8;
+    case 0x10:
+      return StoredType::kInt16;
+    case 0x20:
+      return StoredType::kInt32;
+    case 0x48:
+      return StoredType::kUInt8;
+    case 0x50:
+      return StoredType::kUInt16;
+    case 0x60:
+      return StoredType::kUInt32;
+    default:
+      throw ConvoraError("the wave's number type (" + std::to_string(code) + ") is unknown");
   }
 }
 
@@ -60,8 +69,12 @@ Wave5 ReadWave(SourceFile& source) {
   if (version != 5 && version != 1280) throw ConvoraError("not an Igor binary wave of version 5");
   const FieldReader in(head, order);
 
-  Wave5 wave{order, TypeOf(in.Int16(kWave + 16, "number type")),
-             in.Text(kWave + 28, 32, "wave name"), 0, 1, 0.0,
+  Wave5 wave{order,
+             TypeOf(in.Int16(kWave + 16, "number type")),
+             in.Text(kWave + 28, 32, "wave name"),
+             0,
+             1,
+             0.0,
              in.Text(kWave + 148, 4, "data units")};
   const std::int32_t points = in.Int32(kWave + 12, "point count (npnts)");
   std::int32_t dims[4];
@@ -120,8 +133,8 @@ class ColumnReader : public ScanReader {
     const auto size = static_cast<std::int64_t>(BytesOf(wave_.type));
     column_.resize(scans);
     for (std::size_t c = 0; c < columns; ++c) {
-      const std::int64_t at =
-          static_cast<std::int64_t>(kHeaderBytes) + (static_cast<std::int64_t>(c) * wave_.rows + first) * size;
+      const std::int64_t at = static_cast<std::int64_t>(kHeaderBytes) +
+                              (static_cast<std::int64_t>(c) * wave_.rows + first) * size;
       ReadValues(source_, at, wave_.type, wave_.order, static_cast<std::size_t>(size), column_);
       for (std::size_t s = 0; s < scans; ++s) out[s * columns + c] = column_[s];
     }
@@ -150,12 +163,12 @@ void ConvertIgor5(Workbench& bench) {
   WriteRecording(bench, recording, reader);
 }
 
-const FormatDescriptor kIgorBinary5Format{
-    "Igor Binary File v5",
-    [](const RecognitionInput& in) {
-      const auto version = in.LittleEndianAt<std::int16_t>(0);
-      return (version == 5 || version == 1280) && Contains(in.LowerPath(), ".ibw");
-    },
-    ConvertIgor5};
+const FormatDescriptor kIgorBinary5Format{"Igor Binary File v5",
+                                          [](const RecognitionInput& in) {
+                                            const auto version = in.LittleEndianAt<std::int16_t>(0);
+                                            return (version == 5 || version == 1280) &&
+                                                   Contains(in.LowerPath(), ".ibw");
+                                          },
+                                          ConvertIgor5};
 
 }  // namespace convora

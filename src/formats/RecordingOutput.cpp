@@ -25,10 +25,10 @@ constexpr std::size_t kValuesPerRead = std::size_t{1} << 16;
 struct ChannelStorage {
   std::string name;
   std::string unit;
-  double scale;   // unit value of one stored unit, after the unit change
+  double scale;  // unit value of one stored unit, after the unit change
   double offset;
-  float scaleFactor;      // fInstrumentScaleFactor
-  bool keepsCounts;       // count = stored + shift
+  float scaleFactor;  // fInstrumentScaleFactor
+  bool keepsCounts;   // count = stored + shift
   double shift = 0.0;
 };
 
@@ -57,8 +57,8 @@ void ForEachStretch(const Recording& recording, ScanReader& reader, Visit visit)
 
 ChannelStorage StorageFor(const RecordedChannel& channel, std::size_t index,
                           const std::optional<Extremes>& stored) {
-  ChannelStorage storage{AsciiText(channel.name), AsciiText(channel.unit), channel.scale,
-                         channel.offset, 1.0f, false};
+  ChannelStorage storage{
+      AsciiText(channel.name), AsciiText(channel.unit), channel.scale, channel.offset, 1.0f, false};
   for (const UnitConversion& si : {kAmperesAsPicoamperes, kVoltsAsMillivolts}) {
     if (storage.unit == std::string_view(si.unit).substr(1)) {
       storage.unit = si.unit;
@@ -116,8 +116,9 @@ void SetHeader(AbfHeader& h, const Recording& recording,
   const double samples = static_cast<double>(recording.sweeps) *
                          static_cast<double>(recording.scansPerSweep) * static_cast<double>(kept);
   if (samples > std::numeric_limits<std::int32_t>::max()) {
-    throw ConvoraError("the recording holds more samples than an ABF 1.x file can count "
-                       "(lActualAcqLength)");
+    throw ConvoraError(
+        "the recording holds more samples than an ABF 1.x file can count "
+        "(lActualAcqLength)");
   }
   const auto interval = NarrowToSingle(recording.channelIntervalUs / static_cast<double>(kept));
   if (!(recording.channelIntervalUs > 0.0) || !interval || !std::isnormal(*interval)) {
@@ -172,7 +173,8 @@ class TagSection {
     std::vector<std::uint8_t> bytes(static_cast<std::size_t>(block_ * ABF_BLOCK_BYTES - end), 0);
     for (const RecordingTag& tag : tags_) {
       std::uint8_t entry[kTagBytes] = {};
-      const auto time = std::clamp<std::int64_t>(tag.sample, 0, std::numeric_limits<std::int32_t>::max());
+      const auto time =
+          std::clamp<std::int64_t>(tag.sample, 0, std::numeric_limits<std::int32_t>::max());
       StoreLittleEndian<std::int32_t>(entry, static_cast<std::int32_t>(time));
       const std::string comment = AsciiText(tag.comment).substr(0, 56);
       std::fill(entry + 4, entry + 60, ' ');
@@ -241,26 +243,29 @@ std::filesystem::path WriteRecording(Workbench& bench, const Recording& recordin
                           std::to_string(kMaxAbfChannels) + " channels; left out: " + names);
   }
 
-  const auto output = WriteAbfOutput(bench, h, [&](DataSectionWriter& out) {
-    BatchedSamples counts(out);
-    ForEachStretch(recording, reader, [&](std::span<const double> values, std::int64_t scans) {
-      const std::span<std::int16_t> room = counts.Next(static_cast<std::size_t>(scans) * kept);
-      for (std::int64_t s = 0; s < scans; ++s) {
-        for (std::size_t c = 0; c < kept; ++c) {
-          const double value = values[static_cast<std::size_t>(s) * channels + c];
-          // A value beyond what the first pass saw: the source changed under us.
-          if (!std::isfinite(value) || value < extremes[c]->Minimum() ||
-              value > extremes[c]->Maximum()) {
-            throw SourceChangedError();
+  const auto output = WriteAbfOutput(
+      bench, h,
+      [&](DataSectionWriter& out) {
+        BatchedSamples counts(out);
+        ForEachStretch(recording, reader, [&](std::span<const double> values, std::int64_t scans) {
+          const std::span<std::int16_t> room = counts.Next(static_cast<std::size_t>(scans) * kept);
+          for (std::int64_t s = 0; s < scans; ++s) {
+            for (std::size_t c = 0; c < kept; ++c) {
+              const double value = values[static_cast<std::size_t>(s) * channels + c];
+              // A value beyond what the first pass saw: the source changed under us.
+              if (!std::isfinite(value) || value < extremes[c]->Minimum() ||
+                  value > extremes[c]->Maximum()) {
+                throw SourceChangedError();
+              }
+              room[static_cast<std::size_t>(s) * kept + c] = CountOf(storage[c], value);
+            }
           }
-          room[static_cast<std::size_t>(s) * kept + c] = CountOf(storage[c], value);
-        }
-      }
-    });
-    counts.Finish();
-    sweepLayout.WriteAfterSamples(out);
-    tags.WriteAfter(sweepLayout.EndByte(), out);
-  }, ending);
+        });
+        counts.Finish();
+        sweepLayout.WriteAfterSamples(out);
+        tags.WriteAfter(sweepLayout.EndByte(), out);
+      },
+      ending);
   // The sweep layout belongs to this output: a later conversion of the run
   // that sets no sweeps of its own must not point into a synch array its file
   // does not have.

@@ -45,11 +45,21 @@ T FieldReader::Load(std::size_t offset, std::string_view field) const {
   return LoadIn<T>(At(offset, sizeof(T), field), order_);
 }
 
-std::int16_t FieldReader::Int16(std::size_t o, std::string_view f) const { return Load<std::int16_t>(o, f); }
-std::uint16_t FieldReader::UInt16(std::size_t o, std::string_view f) const { return Load<std::uint16_t>(o, f); }
-std::int32_t FieldReader::Int32(std::size_t o, std::string_view f) const { return Load<std::int32_t>(o, f); }
-std::uint32_t FieldReader::UInt32(std::size_t o, std::string_view f) const { return Load<std::uint32_t>(o, f); }
-std::int64_t FieldReader::Int64(std::size_t o, std::string_view f) const { return Load<std::int64_t>(o, f); }
+std::int16_t FieldReader::Int16(std::size_t o, std::string_view f) const {
+  return Load<std::int16_t>(o, f);
+}
+std::uint16_t FieldReader::UInt16(std::size_t o, std::string_view f) const {
+  return Load<std::uint16_t>(o, f);
+}
+std::int32_t FieldReader::Int32(std::size_t o, std::string_view f) const {
+  return Load<std::int32_t>(o, f);
+}
+std::uint32_t FieldReader::UInt32(std::size_t o, std::string_view f) const {
+  return Load<std::uint32_t>(o, f);
+}
+std::int64_t FieldReader::Int64(std::size_t o, std::string_view f) const {
+  return Load<std::int64_t>(o, f);
+}
 float FieldReader::Float(std::size_t o, std::string_view f) const { return Load<float>(o, f); }
 double FieldReader::Double(std::size_t o, std::string_view f) const { return Load<double>(o, f); }
 std::uint8_t FieldReader::Byte(std::size_t o, std::string_view f) const { return *At(o, 1, f); }
@@ -78,13 +88,17 @@ std::vector<std::uint8_t> ReadBytes(SourceFile& source, std::int64_t offset, std
 std::size_t BytesOf(StoredType type) {
   switch (type) {
     case StoredType::kInt8:
-    case StoredType::kUInt8: return 1;
+    case StoredType::kUInt8:
+      return 1;
     case StoredType::kInt16:
-    case StoredType::kUInt16: return 2;
+    case StoredType::kUInt16:
+      return 2;
     case StoredType::kInt32:
     case StoredType::kUInt32:
-    case StoredType::kFloat32: return 4;
-    case StoredType::kFloat64: return 8;
+    case StoredType::kFloat32:
+      return 4;
+    case StoredType::kFloat64:
+      return 8;
   }
   return 1;
 }
@@ -96,14 +110,22 @@ bool IsWholeCount(StoredType type) {
 void DecodeValues(std::span<const std::uint8_t> bytes, StoredType type, ByteOrder order,
                   std::size_t stride, std::span<double> out) {
   switch (type) {
-    case StoredType::kInt8: return Decode<std::int8_t>(bytes, order, stride, out);
-    case StoredType::kUInt8: return Decode<std::uint8_t>(bytes, order, stride, out);
-    case StoredType::kInt16: return Decode<std::int16_t>(bytes, order, stride, out);
-    case StoredType::kUInt16: return Decode<std::uint16_t>(bytes, order, stride, out);
-    case StoredType::kInt32: return Decode<std::int32_t>(bytes, order, stride, out);
-    case StoredType::kUInt32: return Decode<std::uint32_t>(bytes, order, stride, out);
-    case StoredType::kFloat32: return Decode<float>(bytes, order, stride, out);
-    case StoredType::kFloat64: return Decode<double>(bytes, order, stride, out);
+    case StoredType::kInt8:
+      return Decode<std::int8_t>(bytes, order, stride, out);
+    case StoredType::kUInt8:
+      return Decode<std::uint8_t>(bytes, order, stride, out);
+    case StoredType::kInt16:
+      return Decode<std::int16_t>(bytes, order, stride, out);
+    case StoredType::kUInt16:
+      return Decode<std::uint16_t>(bytes, order, stride, out);
+    case StoredType::kInt32:
+      return Decode<std::int32_t>(bytes, order, stride, out);
+    case StoredType::kUInt32:
+      return Decode<std::uint32_t>(bytes, order, stride, out);
+    case StoredType::kFloat32:
+      return Decode<float>(bytes, order, stride, out);
+    case StoredType::kFloat64:
+      return Decode<double>(bytes, order, stride, out);
   }
 }
 

@@ -27,8 +27,9 @@ bool IsLumiraLong(const RecognitionInput& in) {
   // The remainder is taken whatever the marker at offset 14 says, so a record
   // length of zero ends the file even when the marker would rule it out.
   if (recordBytes == 0) {
-    throw ConvoraError("cannot test for a Lumira long-integer file: its record length "
-                       "(int16 at offset 92, -50, x 2 + 100) is zero");
+    throw ConvoraError(
+        "cannot test for a Lumira long-integer file: its record length "
+        "(int16 at offset 92, -50, x 2 + 100) is zero");
   }
   return in.length % recordBytes == 0 && Int16At(in, 14) == 32767;
 }
@@ -36,10 +37,11 @@ bool IsLumiraLong(const RecognitionInput& in) {
 }  // namespace
 
 // What the user can do with a file whose layout is not published.
-#define CONVORA_UNPUBLISHED(what)                                                               \
-  "recognised as " what ", whose layout is not published, so Convora cannot convert it: "     \
-  "convert it with the raw binary conversion (convora binary, or Convert Unknown Binary to "   \
-  "ABF in the window) if you know its layout, or export it from the program that recorded "   \
+#define CONVORA_UNPUBLISHED(what)                                                            \
+  "recognised as " what                                                                      \
+  ", whose layout is not published, so Convora cannot convert it: "                          \
+  "convert it with the raw binary conversion (convora binary, or Convert Unknown Binary to " \
+  "ABF in the window) if you know its layout, or export it from the program that recorded "  \
   "it in a format Convora converts"
 
 // clang-format off

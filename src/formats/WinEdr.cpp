@@ -48,8 +48,7 @@ void ConvertWinCDR(Workbench& bench) {
 }
 
 const FormatDescriptor kWinCdrFormat{
-    "Kestrin's WinCDR",
-    [](const RecognitionInput& in) { return in.ProbeStartsWith("VER=6"); },
+    "Kestrin's WinCDR", [](const RecognitionInput& in) { return in.ProbeStartsWith("VER=6"); },
     ConvertWinCDR};
 
 }  // namespace convora

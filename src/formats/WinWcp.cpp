@@ -47,7 +47,8 @@ void ConvertWinWCP(Workbench& bench) {
   // NP samples per channel; without it, as many as the data blocks hold.
   const std::int64_t scans = header.Number("NP") ? header.Count("NP", 1) : dataBytes / 2 / channels;
   if (scans < 1 || scans * channels * 2 > dataBytes) {
-    throw ConvoraError("the records' " + std::to_string(scans) + " samples per channel (NP) do "
+    throw ConvoraError("the records' " + std::to_string(scans) +
+                       " samples per channel (NP) do "
                        "not fit their data blocks (NBD)");
   }
 
@@ -59,7 +60,8 @@ void ConvertWinWCP(Workbench& bench) {
   std::int64_t rejected = 0;
   for (std::int64_t r = 0; r < records; ++r) {
     const std::int64_t at = header.Bytes() + r * recordBytes;
-    const auto block = ReadBytes(source, at, static_cast<std::size_t>(kRangesAt + 4 * kRangedChannels));
+    const auto block =
+        ReadBytes(source, at, static_cast<std::size_t>(kRangesAt + 4 * kRangedChannels));
     const FieldReader analysis(block, ByteOrder::LittleEndian);
     rejected += analysis.Text(kStatusAt, 8, "record status") == "REJECTED";
     const double dt = analysis.Float(kIntervalAt, "record sampling interval");
@@ -75,8 +77,9 @@ void ConvertWinWCP(Workbench& bench) {
     starts.push_back(at + analysisBytes);
   }
   if (rejected > 0) {
-    bench.Prompt().Notice(bench.SelectedFilePath.string() + ": " + std::to_string(rejected) + " of " +
-                          std::to_string(records) + " records are marked REJECTED; all are converted");
+    bench.Prompt().Notice(bench.SelectedFilePath.string() + ": " + std::to_string(rejected) +
+                          " of " + std::to_string(records) +
+                          " records are marked REJECTED; all are converted");
   }
 
   Recording recording;
@@ -88,7 +91,8 @@ void ConvertWinWCP(Workbench& bench) {
     if (!sameRange) {
       throw ConvoraError("channel " + n + "'s voltage range VMax changes between records");
     }
-    recording.channels.push_back(header.Channel(c, ranges[0][c] / (adcMax * header.Required("YG" + n))));
+    recording.channels.push_back(
+        header.Channel(c, ranges[0][c] / (adcMax * header.Required("YG" + n))));
     position.push_back(header.Position(c, channels));
   }
   recording.channelIntervalUs = interval * 1e6;
@@ -100,11 +104,11 @@ void ConvertWinWCP(Workbench& bench) {
   WriteRecording(bench, recording, reader);
 }
 
-const FormatDescriptor kWinWcpFormat{
-    "Kestrin's WinWCP",
-    [](const RecognitionInput& in) {
-      return in.ProbeStartsWith("VER=") && in.UpperPath().ends_with(".WCP");
-    },
-    ConvertWinWCP};
+const FormatDescriptor kWinWcpFormat{"Kestrin's WinWCP",
+                                     [](const RecognitionInput& in) {
+                                       return in.ProbeStartsWith("VER=") &&
+                                              in.UpperPath().ends_with(".WCP");
+                                     },
+                                     ConvertWinWCP};
 
 }  // namespace convora

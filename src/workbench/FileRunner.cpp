@@ -33,8 +33,7 @@ AfterFile FileRunner::RunOn(const std::filesystem::path& file, const Action& act
   return after;
 }
 
-void FileRunner::RunOnEach(const std::vector<std::filesystem::path>& files,
-                           const Action& action) {
+void FileRunner::RunOnEach(const std::vector<std::filesystem::path>& files, const Action& action) {
   const ArrowAtEnd arrow(bench_.Prompt());
   bool stopped = false;
   for (const std::filesystem::path& file : files) {

@@ -14,7 +14,10 @@ void ConversionList::Add(const std::filesystem::path& written) {
 }
 
 Workbench::Workbench(const AbfHeader& templateHeader, Prompter& prompter, Clock clock)
-    : TemplateHeader(templateHeader), LoadedTemplate(templateHeader), prompter_(prompter), clock_(std::move(clock)) {}
+    : TemplateHeader(templateHeader),
+      LoadedTemplate(templateHeader),
+      prompter_(prompter),
+      clock_(std::move(clock)) {}
 
 std::filesystem::path Workbench::OutputPathFor(std::string_view extension) {
   std::filesystem::path output = OutputNameFor(SelectedFilePath, extension);
@@ -76,9 +79,9 @@ void TellCarriedChannelCount(Workbench& bench, const AbfHeader& header) {
 }
 
 double AskSampleInterval(Workbench& bench, IntervalRule rule) {
-  const auto answer = bench.Prompt().AskInput({"interval",
-                                                "Please enter the sample interval in microsecond",
-                                                "Input Sample Interval", "1000"});
+  const auto answer =
+      bench.Prompt().AskInput({"interval", "Please enter the sample interval in microsecond",
+                               "Input Sample Interval", "1000"});
   if (!answer) throw ConvoraError("no sample interval was given");
   const auto interval = ParseWholeNumber(*answer);
   const bool positive = rule == IntervalRule::kPositive;

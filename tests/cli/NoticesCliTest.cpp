@@ -47,8 +47,9 @@ TEST(NoticesCli, ConversionsSayWhatTheirKeptRulesDidToTheData) {
 
   const Outcome raw = Convora(dir, "binary --interval abc raw.dat");
   EXPECT_EQ(raw.status, 0);
-  EXPECT_EQ(raw.err, Notice(dir, "raw.dat", "the sample interval \"abc\" is not a number and is "
-                                            "read as 0\n"));
+  EXPECT_EQ(raw.err, Notice(dir, "raw.dat",
+                            "the sample interval \"abc\" is not a number and is "
+                            "read as 0\n"));
 }
 
 TEST(NoticesCli, AMergedFileSaysWhichSettingsOfTheFirstFileItTook) {
@@ -59,10 +60,10 @@ TEST(NoticesCli, AMergedFileSaysWhichSettingsOfTheFirstFileItTook) {
   WriteFile(dir / "b.abf", AbfBytes(slow, Ramp(4)));
   const Outcome run = Convora(dir, "merge --yes --name m a.abf b.abf");
   EXPECT_EQ(run.status, 0);
-  EXPECT_TRUE(HasLine(run.err, Notice(dir, "b.abf", "merged under the settings of " +
-                                              (dir / "a.abf").string() +
-                                              ", which differ from its own: sample interval (us) "
-                                              "20 (100) (its own value, then the first file's)\n")));
+  EXPECT_TRUE(HasLine(run.err, Notice(dir, "b.abf",
+                                      "merged under the settings of " + (dir / "a.abf").string() +
+                                          ", which differ from its own: sample interval (us) "
+                                          "20 (100) (its own value, then the first file's)\n")));
 }
 
 }  // namespace

@@ -59,7 +59,8 @@ std::string_view Trimmed(std::string_view text) {
 
 std::string WaveName(std::string_view text) {
   text = Trimmed(text);
-  if (text.size() >= 2 && text.front() == '\'' && text.back() == '\'') text = text.substr(1, text.size() - 2);
+  if (text.size() >= 2 && text.front() == '\'' && text.back() == '\'')
+    text = text.substr(1, text.size() - 2);
   return std::string(text);
 }
 
@@ -109,10 +110,11 @@ Layout ReadLayout(SourceFile& source) {
   Layout layout;
   LineCursor lines(source);
   const auto first = lines.Next();
-  if (!first || !first->starts_with("IGOR")) throw ConvoraError("not an Igor text file (no IGOR line)");
+  if (!first || !first->starts_with("IGOR"))
+    throw ConvoraError("not an Igor text file (no IGOR line)");
   std::vector<std::string> pending;  // names of a WAVES line waiting for its BEGIN
   bool pendingText = false;
-  std::optional<std::size_t> open;   // the block whose rows are being read
+  std::optional<std::size_t> open;  // the block whose rows are being read
   std::vector<std::string_view> fields;
   std::vector<std::pair<std::int64_t, std::string>> commands;
   while (const auto line = lines.Next()) {
@@ -186,7 +188,8 @@ std::optional<std::array<long, 4>> PulseNumbers(const std::string& name) {
     const std::size_t start = name.find_last_not_of("0123456789", end - 1);
     if (start == std::string::npos || start + 1 == end || name[start] != '_') return std::nullopt;
     const char* digits = name.data() + start + 1;
-    const auto [stop, error] = std::from_chars(digits, name.data() + end, numbers[static_cast<std::size_t>(k)]);
+    const auto [stop, error] =
+        std::from_chars(digits, name.data() + end, numbers[static_cast<std::size_t>(k)]);
     if (error != std::errc()) return std::nullopt;  // too many digits for a number Pulse writes
     if (start == 0) return k == 0 ? std::optional(numbers) : std::nullopt;
     end = start;
@@ -238,7 +241,8 @@ class WaveReader : public ScanReader {
     const std::vector<std::size_t>& waves = grid_[static_cast<std::size_t>(sweep)];
     const std::size_t scans = out.size() / waves.size();
     std::map<std::size_t, std::vector<std::size_t>> byBlock;  // block -> channels in it
-    for (std::size_t c = 0; c < waves.size(); ++c) byBlock[layout_.waves[waves[c]].block].push_back(c);
+    for (std::size_t c = 0; c < waves.size(); ++c)
+      byBlock[layout_.waves[waves[c]].block].push_back(c);
     for (const auto& [index, channels] : byBlock) {
       Position& at = CursorAt(index, first);
       for (std::size_t s = 0; s < scans; ++s) {
@@ -250,7 +254,8 @@ class WaveReader : public ScanReader {
         SplitFields(*line, Separator::Space, fields_);
         for (const std::size_t c : channels) {
           const std::size_t column = layout_.waves[waves[c]].column;
-          const auto value = column < fields_.size() ? ParseWholeNumber(fields_[column]) : std::nullopt;
+          const auto value =
+              column < fields_.size() ? ParseWholeNumber(fields_[column]) : std::nullopt;
           if (!value) {
             FailAtLine(layout_.blocks[index].firstRowLine + at.lines.Number() - 1,
                        "\"" + std::string(column < fields_.size() ? fields_[column] : "") +
@@ -273,7 +278,10 @@ class WaveReader : public ScanReader {
     auto found = cursors_.find(block);
     if (found == cursors_.end() || found->second.row != row) {
       cursors_.erase(block);
-      found = cursors_.emplace(block, Position{LineCursor(source_, layout_.blocks[block].firstRowAt), 0}).first;
+      found =
+          cursors_
+              .emplace(block, Position{LineCursor(source_, layout_.blocks[block].firstRowAt), 0})
+              .first;
       for (; found->second.row < row; ++found->second.row) {
         std::optional<std::string_view> line;
         do {
@@ -341,8 +349,9 @@ void ConvertPulseItx2(Workbench& bench) {
     const Wave& wave = layout.waves[w];
     recording.channels.push_back({wave.name, wave.unit, 1.0, 0.0, false});
   }
-  recording.channelIntervalUs = lead.stepSeconds > 0.0 ? lead.stepSeconds * 1e6
-                                                       : AskSampleInterval(bench, IntervalRule::kPositive);
+  recording.channelIntervalUs = lead.stepSeconds > 0.0
+                                    ? lead.stepSeconds * 1e6
+                                    : AskSampleInterval(bench, IntervalRule::kPositive);
   recording.sweeps = static_cast<std::int64_t>(grid.size());
   recording.scansPerSweep = RowsOf(layout, grid[0][0]);
   if (recording.scansPerSweep == 0) throw ConvoraError("the waves hold no points");

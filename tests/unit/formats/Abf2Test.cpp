@@ -1,8 +1,7 @@
-#include "formats/Abf2.h"
-
 #include <gtest/gtest.h>
 
 #include "abf/ConvoraError.h"
+#include "formats/Abf2.h"
 #include "support/ExpectedAbf.h"
 
 // Small ABF 2 files laid out as the published ABF 2 header describes: a
@@ -27,17 +26,20 @@ test::Bytes Make(const Abf2& a) {
   const auto section = [&](std::size_t at, std::int32_t block, std::int32_t bytes, std::int64_t n) {
     b.PadTo(at).Int32LE(block).Int32LE(bytes).Int32LE(static_cast<std::int32_t>(n)).Int32LE(0);
   };
-  section(76, 1, 512, 1);                   // protocol
-  section(92, 2, 128, 2);                   // ADC
-  section(220, 3, 80, 5);                   // strings: their bytes, their count
-  section(236, 4, 2, a.dataEntries);        // data
-  section(252, 5, 64, 1);                   // tags
+  section(76, 1, 512, 1);             // protocol
+  section(92, 2, 128, 2);             // ADC
+  section(220, 3, 80, 5);             // strings: their bytes, their count
+  section(236, 4, 2, a.dataEntries);  // data
+  section(252, 5, 64, 1);             // tags
   // Protocol: mode, 50 us per channel, samples per episode 6, range 10, resolution 32768.
   b.PadTo(512).Int16LE(a.mode).FloatLE(50.0f).Raw({a.compressed}).PadTo(512 + 14).FloatLE(0.0f);
   b.PadTo(512 + 22).Int32LE(6).PadTo(512 + 110).FloatLE(10.0f).PadTo(512 + 118).Int32LE(32768);
   // ADC entries: gain 0.5 mV per count (scale factor 10 / 32768 / 0.5 with telegraph 2).
   for (int k = 0; k < 2; ++k) {
-    b.PadTo(1024 + 128 * k).Int16LE(static_cast<std::int16_t>(k)).Int16LE(1).PadTo(1024 + 128 * k + 6);
+    b.PadTo(1024 + 128 * k)
+        .Int16LE(static_cast<std::int16_t>(k))
+        .Int16LE(1)
+        .PadTo(1024 + 128 * k + 6);
     b.FloatLE(2.0f).PadTo(1024 + 128 * k + 28).FloatLE(1.0f).PadTo(1024 + 128 * k + 40);
     b.FloatLE(10.0f / 32768 / 0.5f / 2).FloatLE(0.0f).FloatLE(1.0f).FloatLE(0.0f);
     b.PadTo(1024 + 128 * k + 74).Int32LE(2 + 2 * k).Int32LE(3 + 2 * k);

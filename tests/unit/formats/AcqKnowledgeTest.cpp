@@ -1,8 +1,7 @@
-#include "formats/AcqKnowledge.h"
-
 #include <gtest/gtest.h>
 
 #include "abf/ConvoraError.h"
+#include "formats/AcqKnowledge.h"
 #include "support/ExpectedAbf.h"
 
 // AcqKnowledge 3.x files laid out as the maker's Application Note 156
@@ -39,8 +38,8 @@ test::Bytes Make(const std::vector<Channel>& channels, const std::vector<double>
 
 TEST(AcqKnowledge, Int16CountsAreKeptAndDoublesScaledAtTheGraphRate) {
   test::BenchFixture f;
-  f.Select("rec.acq", Make({{"ECG", "mV", 0.25, 2, 2}, {"Resp", "V", 1.0, 1, 2}},
-                           {4, 0.5, -8, -1.0}));
+  f.Select("rec.acq",
+           Make({{"ECG", "mV", 0.25, 2, 2}, {"Resp", "V", 1.0, 1, 2}}, {4, 0.5, -8, -1.0}));
   ConvertAcqKnowledgePC(f.bench);
   const auto file = test::ReadFile(f.dir / "rec.ABF");
   const AbfHeader h = test::HeaderOf(file);

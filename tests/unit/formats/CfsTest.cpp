@@ -1,8 +1,7 @@
-#include "formats/Cfs.h"
-
 #include <gtest/gtest.h>
 
 #include "abf/ConvoraError.h"
+#include "formats/Cfs.h"
 #include "support/ExpectedAbf.h"
 
 // Small CFS files laid out as CED's file-format notes describe version 2: a
@@ -108,7 +107,8 @@ TEST_F(CfsTest, OtherRatesAreNamedAndScalesThatChangeOrShortSectionsAreSaid) {
   const auto& t = f.prompter.Transcript();
   ASSERT_EQ(t.size(), 2u);
   EXPECT_NE(t[0].find("left out, for being sampled at another rate or not equally spaced in "
-                      "time: slow"), std::string::npos);
+                      "time: slow"),
+            std::string::npos);
   EXPECT_NE(t[1].find("padded with zeros to the longest, 2 points"), std::string::npos);
   // Values in mV: 100, -200, 200 (100 x 2), then the padding; -200 at half scale.
   EXPECT_EQ(test::SamplesOf(file, 4), (std::vector<std::int16_t>{8192, -16384, 16384, 0}));

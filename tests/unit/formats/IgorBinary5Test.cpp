@@ -1,8 +1,7 @@
-#include "formats/IgorBinary5.h"
-
 #include <gtest/gtest.h>
 
 #include "abf/ConvoraError.h"
+#include "formats/IgorBinary5.h"
 #include "support/ExpectedAbf.h"
 
 // Waves laid out as WaveMetrics Technical Note 003 describes version 5: a
@@ -63,8 +62,13 @@ struct IgorBinary5Test : testing::Test {
 };
 
 TEST_F(IgorBinary5Test, TheColumnsOfABigEndianIntegerWaveAreChannelsKeptAsCounts) {
-  Wave w{.bigEndian = true, .rows = 3, .columns = 2, .step = 0.1, .xUnit = "ms",
-         .extendedUnit = "uV", .values = {1, 2, 3, -4, -5, -6}};
+  Wave w{.bigEndian = true,
+         .rows = 3,
+         .columns = 2,
+         .step = 0.1,
+         .xUnit = "ms",
+         .extendedUnit = "uV",
+         .values = {1, 2, 3, -4, -5, -6}};
   const auto file = Convert(w);
   const AbfHeader h = test::HeaderOf(file);
   EXPECT_EQ(h.Get(abf::nADCNumChannels), 2);

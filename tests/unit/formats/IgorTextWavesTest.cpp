@@ -1,8 +1,7 @@
-#include "formats/igortext/IgorTextWaves.h"
-
 #include <gtest/gtest.h>
 
 #include "abf/ConvoraError.h"
+#include "formats/igortext/IgorTextWaves.h"
 #include "support/ExpectedAbf.h"
 
 namespace convora {
@@ -22,10 +21,11 @@ std::vector<std::string> PulseExport() {
     for (int trace = 1; trace <= 2; ++trace) {
       const std::string name = "Pulse_1_1_" + std::to_string(sweep) + "_" + std::to_string(trace);
       lines.insert(lines.end(), {"WAVES/D " + name, "BEGIN"});
-      for (int i = 0; i < 2; ++i) lines.push_back("\t" + std::to_string(sweep * (trace == 1 ? 1 : -1) * (i + 1)));
-      lines.insert(lines.end(), {"END", "X SetScale/P x 0,2e-05,\"s\", " + name +
-                                            "; SetScale d 0,0,\"" + (trace == 1 ? "A" : "mV") +
-                                            "\", " + name});
+      for (int i = 0; i < 2; ++i)
+        lines.push_back("\t" + std::to_string(sweep * (trace == 1 ? 1 : -1) * (i + 1)));
+      lines.insert(lines.end(),
+                   {"END", "X SetScale/P x 0,2e-05,\"s\", " + name + "; SetScale d 0,0,\"" +
+                               (trace == 1 ? "A" : "mV") + "\", " + name});
     }
   }
   return lines;
@@ -54,19 +54,22 @@ INSTANTIATE_TEST_SUITE_P(IgorTextWaves, IgorTextWavesEndings, testing::Values("\
 
 TEST(IgorTextWaves, WavesOfTheFirstLengthAreOneRecordingAndTheRestAreNamed) {
   test::BenchFixture f;
-  f.Select("w.itx", test::TextBytes("IGOR\nWAVES/D a, 'b'\nBEGIN\n1 -2\n3 4\nEND\nWAVES c\nBEGIN\n5\n"
-                                    "END\nWAVES/T t\nBEGIN\n\"x\"\nEND\n"));
+  f.Select("w.itx",
+           test::TextBytes("IGOR\nWAVES/D a, 'b'\nBEGIN\n1 -2\n3 4\nEND\nWAVES c\nBEGIN\n5\n"
+                           "END\nWAVES/T t\nBEGIN\n\"x\"\nEND\n"));
   f.prompter.AnswerInput("interval", "50");  // no SetScale: the interval is asked
   ConvertPulseItx2(f.bench);
   const auto file = test::ReadFile(f.dir / "w.ABF");
   EXPECT_EQ(test::HeaderOf(file).Get(abf::fADCSampleInterval), 25.0f);
   EXPECT_EQ(test::SamplesOf(file, 4), (std::vector<std::int16_t>{5461, -8192, 16384, 16384}));
   const auto& t = f.prompter.Transcript();
-  EXPECT_NE(std::find(t.begin(), t.end(), "notice: " + f.bench.SelectedFilePath.string() +
-                                              ": left out, for their length or series: c"),
+  EXPECT_NE(std::find(t.begin(), t.end(),
+                      "notice: " + f.bench.SelectedFilePath.string() +
+                          ": left out, for their length or series: c"),
             t.end());
-  EXPECT_NE(std::find(t.begin(), t.end(), "notice: " + f.bench.SelectedFilePath.string() +
-                                              ": text waves are not converted: t"),
+  EXPECT_NE(std::find(t.begin(), t.end(),
+                      "notice: " + f.bench.SelectedFilePath.string() +
+                          ": text waves are not converted: t"),
             t.end());
 }
 

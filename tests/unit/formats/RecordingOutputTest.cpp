@@ -1,10 +1,9 @@
-#include "formats/RecordingOutput.h"
-
 #include <gtest/gtest.h>
 
 #include <cmath>
 
 #include "abf/ConvoraError.h"
+#include "formats/RecordingOutput.h"
 #include "support/TestSupport.h"
 
 namespace convora {

@@ -21,9 +21,11 @@ test::ByteBuilder Header(const std::string& lines, std::size_t bytes) {
 TEST(WinEdr, ChannelsAtTheirPositionsKeepTheirCountsWithTheZeroLevelFolded) {
   test::BenchFixture f;
   // Two channels, the second stored first in each scan; a decimal comma.
-  auto b = Header("VER=6.1\r\nNBH=512\r\nNC=2\r\nNP=4\r\nAD=5\r\nADCMAX=2000\r\nDT=0,0001\r\n"
-                  "YN0=Im\r\nYU0=pA\r\nYCF0=0.001\r\nYAG0=1\r\nYZ0=10\r\nYO0=1\r\n"
-                  "YN1=Vm\r\nYU1=mV\r\nYCF1=0.01\r\nYAG1=2\r\nYZ1=0\r\nYO1=0\r\n", 512);
+  auto b = Header(
+      "VER=6.1\r\nNBH=512\r\nNC=2\r\nNP=4\r\nAD=5\r\nADCMAX=2000\r\nDT=0,0001\r\n"
+      "YN0=Im\r\nYU0=pA\r\nYCF0=0.001\r\nYAG0=1\r\nYZ0=10\r\nYO0=1\r\n"
+      "YN1=Vm\r\nYU1=mV\r\nYCF1=0.01\r\nYAG1=2\r\nYZ1=0\r\nYO1=0\r\n",
+      512);
   for (std::int16_t v : {7, 110, -7, 90}) b.Int16LE(v);
   f.Select("rec.EDR", b.Get());
   ConvertWinCDR(f.bench);
@@ -50,9 +52,11 @@ void Record(test::ByteBuilder& b, const char* status, float interval, float rang
 
 TEST(WinWcp, RecordsBecomeSweepsScaledByTheirRange) {
   test::BenchFixture f;
-  auto b = Header("VER=9\r\nRTIME=21/11/2014 14:18:28\r\nNBH=1024\r\nADCMAX=32767\r\nNC=1\r\n"
-                  "NBA=1\r\nNBD=1\r\nAD=10\r\nNR=2\r\nNP=3\r\nDT=0.001\r\nYN0=Im\r\nYU0=pA\r\n"
-                  "YG0=0.0005\r\nYZ0=0\r\n", 1024);
+  auto b = Header(
+      "VER=9\r\nRTIME=21/11/2014 14:18:28\r\nNBH=1024\r\nADCMAX=32767\r\nNC=1\r\n"
+      "NBA=1\r\nNBD=1\r\nAD=10\r\nNR=2\r\nNP=3\r\nDT=0.001\r\nYN0=Im\r\nYU0=pA\r\n"
+      "YG0=0.0005\r\nYZ0=0\r\n",
+      1024);
   Record(b, "ACCEPTED", 0.001f, 10.0f, {1, 2, 3});
   Record(b, "REJECTED", 0.001f, 10.0f, {-1, -2, -3});
   f.Select("cell.wcp", b.Get());
@@ -68,7 +72,8 @@ TEST(WinWcp, RecordsBecomeSweepsScaledByTheirRange) {
 }
 
 TEST(WinWcp, WhatCannotBeReadIsRefusedByName) {
-  const std::string head = "VER=9\r\nNBH=1024\r\nADCMAX=32767\r\nNC=1\r\nNBA=1\r\nNBD=1\r\nYG0=1\r\n";
+  const std::string head =
+      "VER=9\r\nNBH=1024\r\nADCMAX=32767\r\nNC=1\r\nNBA=1\r\nNBD=1\r\nYG0=1\r\n";
   const std::vector<std::pair<std::string, std::string>> refused = {
       {head + "NR=0\r\n", "no records"},
       {head + "NR=3\r\n", "records of the header (NR)"},
