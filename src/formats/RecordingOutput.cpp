@@ -203,26 +203,40 @@ std::filesystem::path WriteRecording(Workbench& bench, const Recording& recordin
   const std::size_t kept = std::min(channels, kMaxAbfChannels);
 
   // First pass: the extremes of the stored values of every kept channel.
+  // Counts with no offset are kept as they are whatever they hold, so a
+  // recording of nothing else is read once, without this pass.
   std::vector<std::optional<Extremes>> extremes(kept);
-  ForEachStretch(recording, reader, [&](std::span<const double> values, std::int64_t scans) {
-    for (std::int64_t s = 0; s < scans; ++s) {
-      for (std::size_t c = 0; c < kept; ++c) {
-        const double value = values[static_cast<std::size_t>(s) * channels + c];
-        if (!std::isfinite(value)) {
-          throw ConvoraError(ChannelLabel(recording.channels[c], c) +
-                             " holds a value that is not a finite number");
-        }
-        if (extremes[c]) {
-          extremes[c]->Add(value);
-        } else {
-          extremes[c].emplace(value);
+  const auto storageOf = [&] {
+    std::vector<ChannelStorage> storage;
+    for (std::size_t c = 0; c < kept; ++c) {
+      storage.push_back(StorageFor(recording.channels[c], c, extremes[c]));
+    }
+    return storage;
+  };
+  std::vector<ChannelStorage> storage;
+  if (std::all_of(recording.channels.begin(), recording.channels.begin() + kept,
+                  [](const RecordedChannel& c) { return c.wholeCounts && c.offset == 0.0; })) {
+    storage = storageOf();
+  }
+  if (storage.empty() || std::any_of(storage.begin(), storage.end(),
+                                     [](const ChannelStorage& c) { return !c.keepsCounts; })) {
+    ForEachStretch(recording, reader, [&](std::span<const double> values, std::int64_t scans) {
+      for (std::int64_t s = 0; s < scans; ++s) {
+        for (std::size_t c = 0; c < kept; ++c) {
+          const double value = values[static_cast<std::size_t>(s) * channels + c];
+          if (!std::isfinite(value)) {
+            throw ConvoraError(ChannelLabel(recording.channels[c], c) +
+                               " holds a value that is not a finite number");
+          }
+          if (extremes[c]) {
+            extremes[c]->Add(value);
+          } else {
+            extremes[c].emplace(value);
+          }
         }
       }
-    }
-  });
-  std::vector<ChannelStorage> storage;
-  for (std::size_t c = 0; c < kept; ++c) {
-    storage.push_back(StorageFor(recording.channels[c], c, extremes[c]));
+    });
+    storage = storageOf();
   }
 
   AbfHeader h = StampedTemplate(bench);
@@ -252,11 +266,11 @@ std::filesystem::path WriteRecording(Workbench& bench, const Recording& recordin
           for (std::int64_t s = 0; s < scans; ++s) {
             for (std::size_t c = 0; c < kept; ++c) {
               const double value = values[static_cast<std::size_t>(s) * channels + c];
-              // A value beyond what the first pass saw: the source changed under us.
-              if (!std::isfinite(value) || value < extremes[c]->Minimum() ||
-                  value > extremes[c]->Maximum()) {
-                throw SourceChangedError();
-              }
+              // A value beyond what the first pass saw (or, read once, beyond
+              // 16 bits): the source changed under us.
+              const double low = extremes[c] ? extremes[c]->Minimum() : -32768.0;
+              const double high = extremes[c] ? extremes[c]->Maximum() : 32767.0;
+              if (!(value >= low && value <= high)) throw SourceChangedError();
               room[static_cast<std::size_t>(s) * kept + c] = CountOf(storage[c], value);
             }
           }
