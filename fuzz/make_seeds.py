@@ -123,6 +123,7 @@ SEEDS = {
     "fuzz_cfs": samples("ced/m0ose01_test_data.cfs"),
     "fuzz_strathclyde": samples("strathclyde/myokit_wcp-file.wcp"),
     "fuzz_acqknowledge": {"mac.acq": acqknowledge()},
+    "fuzz_spike2": samples("ced/neo_Burst_Data_as_Events.smr"),
 }
 
 if __name__ == "__main__":

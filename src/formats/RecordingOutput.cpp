@@ -1,6 +1,7 @@
 #include "formats/RecordingOutput.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <limits>
 #include <string_view>
@@ -59,12 +60,19 @@ ChannelStorage StorageFor(const RecordedChannel& channel, std::size_t index,
                           const std::optional<Extremes>& stored) {
   ChannelStorage storage{
       AsciiText(channel.name), AsciiText(channel.unit), channel.scale, channel.offset, 1.0f, false};
-  for (const UnitConversion& si : {kAmperesAsPicoamperes, kVoltsAsMillivolts}) {
-    if (storage.unit == std::string_view(si.unit).substr(1)) {
-      storage.unit = si.unit;
-      storage.scale *= si.factor;
-      storage.offset *= si.factor;
-    }
+  // Volts and amperes, however the source spells them ("V", " volt", "Volts").
+  std::string spelled;
+  for (const char c : storage.unit) {
+    if (c != ' ') spelled += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  }
+  const bool volts = spelled == "v" || spelled == "volt" || spelled == "volts";
+  const bool amperes = spelled == "a" || spelled == "amp" || spelled == "amps" ||
+                       spelled == "ampere" || spelled == "amperes";
+  if (volts || amperes) {
+    const UnitConversion& si = volts ? kVoltsAsMillivolts : kAmperesAsPicoamperes;
+    storage.unit = si.unit;
+    storage.scale *= si.factor;
+    storage.offset *= si.factor;
   }
   if (!std::isfinite(storage.scale) || !std::isfinite(storage.offset) || storage.scale == 0.0) {
     throw ConvoraError(ChannelLabel(channel, index) + " has no usable scale (" +

@@ -54,8 +54,6 @@ const FormatDescriptor kScanFormat{"Kestrin's SCAN",
 const FormatDescriptor kElsaaFormat{"ELSAA Data Files",
     [](const RecognitionInput& in) { return Contains(in.Probe(), "ELSAA"); }, nullptr,
     CONVORA_UNPUBLISHED("an ELSAA data file")};
-const FormatDescriptor kSpike2Format{"CED Spike2 Data File (smr)",
-    [](const RecognitionInput& in) { return in.CharsAt(2, 10).starts_with("(C) CED"); }, nullptr};
 const FormatDescriptor kChartWinFormat{"Chart for Windows (*.adicht) data files",
     [](const RecognitionInput& in) {
       // "ADInst" in UTF-16, up to its last letter's low byte.

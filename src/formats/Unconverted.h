@@ -9,7 +9,6 @@ namespace convora {
 extern const FormatDescriptor kMatlabFormat;
 extern const FormatDescriptor kScanFormat;
 extern const FormatDescriptor kElsaaFormat;
-extern const FormatDescriptor kSpike2Format;
 extern const FormatDescriptor kChartWinFormat;
 extern const FormatDescriptor kTorvaneFormat;
 extern const FormatDescriptor kRacalFormat;

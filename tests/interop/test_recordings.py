@@ -91,6 +91,16 @@ class RealRecordings(ConvoraTestCase):
         numpy.testing.assert_allclose(converted, expected, rtol=1e-6)
 
 
+    def test_spike2_waveforms_read_back_as_neo_reads_the_source(self):
+        for name in ("neo_Cricket_Song.smr", "neo_File_spike2_1.smr"):
+            with self.subTest(name):
+                signal = neo.io.Spike2IO(filename=sample("ced", name)).read_block() \
+                    .segments[0].analogsignals[0]
+                (converted,) = self.converted("ced", name)
+                numpy.testing.assert_allclose(converted[:, 0], signal.rescale("mV").magnitude[:, 0],
+                                              rtol=0, atol=1e-3)
+
+
 class MixedBatch(ConvoraTestCase):
     def test_each_file_from_the_template_keeps_its_own_channel_count(self):
         axograph = b"AxGr" + struct.pack(">hh", 1, 3)

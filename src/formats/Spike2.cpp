@@ -1,0 +1,267 @@
+#include "formats/Spike2.h"
+
+#include <algorithm>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "abf/ConvoraError.h"
+#include "formats/RecordingOutput.h"
+#include "formats/SourceValues.h"
+
+// A Spike2 data file (CED's SON filing system): a 512-byte file header, a
+// table of 140-byte channel headers from byte 512, then data blocks. Each
+// channel's blocks form a chain from its first block; a block has a 20-byte
+// header (previous and next block, first and last time in clock ticks, the
+// channel, the item count) and its items. Waveform channels hold int16
+// samples (kind 1; value = count x scale / 6553.6 + offset) or floats (kind
+// 9); the other kinds hold events and markers. Revision 9 counts block
+// positions in 512-byte units.
+
+namespace convora {
+namespace {
+
+constexpr std::int64_t kChannelTableAt = 512;
+constexpr std::int64_t kChannelHeaderBytes = 140;
+constexpr std::int64_t kBlockHeaderBytes = 20;
+
+struct Block {
+  std::int64_t dataAt;
+  std::int64_t firstSample;  // within the channel's continuous stretch
+  std::int64_t items;
+};
+
+struct Wave {
+  std::size_t channel;  // in the file's table, from 0
+  std::string title;
+  std::string unit;
+  StoredType type;
+  double scale;
+  double offset;
+  std::int64_t intervalTicks;
+  std::int64_t firstTick = 0;
+  std::int64_t samples = 0;  // of the continuous stretch from the first block
+  std::int64_t leftAfterGap = 0;
+  std::vector<Block> blocks;
+};
+
+// Follows a channel's chain of blocks: those whose samples run on without a
+// gap are indexed, the items of the rest counted.
+void IndexBlocks(SourceFile& source, Wave& wave, std::int64_t first, std::int64_t count,
+                 std::int64_t unit) {
+  const auto itemBytes = static_cast<std::int64_t>(BytesOf(wave.type));
+  std::int64_t at = first;
+  std::int64_t nextTick = 0;
+  // A chain that loops back on itself ends where the file could hold no more
+  // distinct blocks.
+  count = std::min(count, source.Length() / kBlockHeaderBytes);
+  for (std::int64_t k = 0; k < count && at != -1; ++k) {
+    const std::int64_t offset = at * unit;
+    RequireInFile(source, offset, kBlockHeaderBytes,
+                  "a data block of channel " + std::to_string(wave.channel + 1));
+    const auto bytes = ReadBytes(source, offset, kBlockHeaderBytes);
+    const FieldReader block(bytes, ByteOrder::LittleEndian);
+    const std::int64_t start = block.Int32(8, "block start time");
+    const std::int64_t items = block.UInt16(18, "block item count");
+    const std::uint16_t stored = block.UInt16(16, "block channel");
+    const std::int64_t channel = (stored & 0xFF) + ((stored & 0x200) >> 1) - 1;
+    if (channel != static_cast<std::int64_t>(wave.channel)) {
+      throw ConvoraError("a data block in channel " + std::to_string(wave.channel + 1) +
+                         "'s chain belongs to channel " + std::to_string(channel + 1));
+    }
+    RequireInFile(source, offset + kBlockHeaderBytes, items * itemBytes,
+                  "the items of a data block of channel " + std::to_string(wave.channel + 1));
+    at = block.Int32(4, "next block");
+    if (k == 0) wave.firstTick = start;
+    // After a gap (or a block out of order) the continuous stretch has ended.
+    if (wave.leftAfterGap > 0 || (k > 0 && start != nextTick)) {
+      wave.leftAfterGap += std::max<std::int64_t>(items, 1);
+      continue;
+    }
+    wave.blocks.push_back({offset + kBlockHeaderBytes, wave.samples, items});
+    wave.samples += items;
+    nextTick = start + items * wave.intervalTicks;
+  }
+}
+
+// Reads the kept waves from a common first tick, one scan per interval.
+class WaveScans : public ScanReader {
+ public:
+  WaveScans(SourceFile& source, std::vector<Wave> waves, std::vector<std::int64_t> skip)
+      : source_(source), waves_(std::move(waves)), skip_(std::move(skip)) {}
+
+  void ReadScans(std::int64_t, std::int64_t first, std::span<double> out) override {
+    const std::size_t width = waves_.size();
+    const auto scans = static_cast<std::int64_t>(out.size() / width);
+    for (std::size_t c = 0; c < width; ++c) {
+      const Wave& wave = waves_[c];
+      std::int64_t sample = first + skip_[c];
+      std::int64_t done = 0;
+      // The block holding `sample`: the last one that starts at or before it.
+      auto block =
+          std::upper_bound(wave.blocks.begin(), wave.blocks.end(), sample,
+                           [](std::int64_t s, const Block& b) { return s < b.firstSample; });
+      --block;
+      while (done < scans) {
+        const std::int64_t within = sample - block->firstSample;
+        const std::int64_t take = std::min(scans - done, block->items - within);
+        column_.resize(static_cast<std::size_t>(take));
+        ReadValues(source_, block->dataAt + within * static_cast<std::int64_t>(BytesOf(wave.type)),
+                   wave.type, ByteOrder::LittleEndian, BytesOf(wave.type), column_);
+        for (std::int64_t i = 0; i < take; ++i) {
+          out[static_cast<std::size_t>(done + i) * width + c] =
+              column_[static_cast<std::size_t>(i)];
+        }
+        done += take;
+        sample += take;
+        ++block;
+      }
+    }
+  }
+
+ private:
+  SourceFile& source_;
+  std::vector<Wave> waves_;
+  std::vector<std::int64_t> skip_;  // samples of each wave before the common first tick
+  std::vector<double> column_;
+};
+
+std::string Names(const std::vector<std::string>& names) {
+  std::string text;
+  for (const auto& name : names) text += (text.empty() ? "" : ", ") + name;
+  return text;
+}
+
+}  // namespace
+
+void ConvertSpike2(Workbench& bench) {
+  SourceFile source(bench.SelectedFilePath);
+  const auto headBytes = ReadBytes(source, 0, 512);
+  const FieldReader head(headBytes, ByteOrder::LittleEndian);
+  const std::int16_t revision = head.Int16(0, "revision");
+  if (revision < 1 || revision > 9) {
+    throw ConvoraError("revision " + std::to_string(revision) +
+                       " is not one of the 32-bit Spike2 "
+                       "files (1 to 9) this conversion reads");
+  }
+  if (head.UInt16(38, "system format") == 0x0101) {
+    throw ConvoraError(
+        "the file was written on a Macintosh, whose byte order this conversion "
+        "does not read");
+  }
+  const double tickSeconds =
+      head.UInt16(20, "clock (usPerTime)") * (revision >= 6 ? head.Double(44, "time base") : 1e-6);
+  const std::int64_t channels = head.Int16(30, "channel count");
+  if (channels < 1 || channels > 451) {
+    throw ConvoraError("the header counts " + std::to_string(channels) + " channels");
+  }
+  const std::int64_t unit = revision == 9 ? 512 : 1;
+  RequireInFile(source, kChannelTableAt, channels * kChannelHeaderBytes, "the channel table");
+  const auto table =
+      ReadBytes(source, kChannelTableAt, static_cast<std::size_t>(channels * kChannelHeaderBytes));
+  const FieldReader entries(table, ByteOrder::LittleEndian);
+
+  std::vector<Wave> waves;
+  std::vector<std::string> others;
+  for (std::int64_t c = 0; c < channels; ++c) {
+    const auto at = static_cast<std::size_t>(c * kChannelHeaderBytes);
+    const std::uint8_t kind = entries.Byte(at + 122, "channel kind");
+    std::int64_t blocks = entries.UInt16(at + 14, "block count");
+    if (revision == 9) blocks += std::int64_t{entries.UInt16(at + 20, "block count")} << 16;
+    const std::string title = entries.CountedText(at + 108, 10, "channel title");
+    const std::string label =
+        "channel " + std::to_string(c + 1) + (title.empty() ? "" : " (" + title + ")");
+    if (kind == 0 || blocks == 0) continue;
+    if (kind != 1 && kind != 9) {
+      others.push_back(label);
+      continue;
+    }
+    const std::int64_t ticks = revision >= 6 ? entries.Int32(at + 102, "channel divide (lChanDvd)")
+                                             : std::int64_t{entries.UInt16(at + 138, "divide")} *
+                                                   head.UInt16(22, "ticks per conversion");
+    if (ticks <= 0)
+      throw ConvoraError(label + " has no sample interval (" + std::to_string(ticks) + " ticks)");
+    Wave wave{static_cast<std::size_t>(c),
+              title,
+              entries.CountedText(at + 132, 6, "units"),
+              kind == 1 ? StoredType::kInt16 : StoredType::kFloat32,
+              kind == 1 ? entries.Float(at + 124, "scale") / 6553.6 : 1.0,
+              kind == 1 ? entries.Float(at + 128, "offset") : 0.0,
+              ticks};
+    IndexBlocks(source, wave, entries.Int32(at + 6, "first block"), blocks, unit);
+    if (wave.samples > 0) waves.push_back(std::move(wave));
+  }
+  if (waves.empty()) {
+    throw ConvoraError(
+        "the file holds no waveform channel" +
+        (others.empty() ? std::string() : ", only events or markers: " + Names(others)));
+  }
+
+  // The channels of the fastest rate, from the latest first tick among them
+  // to the earliest end.
+  const std::int64_t interval =
+      std::min_element(waves.begin(), waves.end(), [](const Wave& a, const Wave& b) {
+        return a.intervalTicks < b.intervalTicks;
+      })->intervalTicks;
+  std::vector<Wave> kept;
+  for (Wave& wave : waves) {
+    if (wave.intervalTicks == interval) {
+      kept.push_back(std::move(wave));
+    } else {
+      others.push_back("channel " + std::to_string(wave.channel + 1) + " (" + wave.title +
+                       ", another rate)");
+    }
+  }
+  std::int64_t start = std::numeric_limits<std::int64_t>::min();
+  for (const Wave& wave : kept) start = std::max(start, wave.firstTick);
+  std::vector<Wave> aligned;
+  std::vector<std::int64_t> skip;
+  std::int64_t scans = std::numeric_limits<std::int64_t>::max();
+  for (Wave& wave : kept) {
+    const std::int64_t lead = start - wave.firstTick;
+    if (lead % interval != 0 || lead / interval >= wave.samples) {
+      others.push_back("channel " + std::to_string(wave.channel + 1) + " (" + wave.title +
+                       ", samples not aligned with the first channel's)");
+      continue;
+    }
+    skip.push_back(lead / interval);
+    scans = std::min(scans, wave.samples - lead / interval);
+    aligned.push_back(std::move(wave));
+  }
+  const std::string where = bench.SelectedFilePath.string() + ": ";
+  if (!others.empty()) bench.Prompt().Notice(where + "not converted: " + Names(others));
+  std::int64_t afterGaps = 0;
+  for (const Wave& wave : aligned) afterGaps += wave.leftAfterGap;
+  if (afterGaps > 0) {
+    bench.Prompt().Notice(where + "sampling pauses; the samples from the first pause on (" +
+                          std::to_string(afterGaps) +
+                          " samples of the converted channels) are "
+                          "left out");
+  }
+
+  Recording recording;
+  for (const Wave& wave : aligned) {
+    recording.channels.push_back(
+        {wave.title, wave.unit, wave.scale, wave.offset, wave.type == StoredType::kInt16});
+  }
+  recording.channelIntervalUs = static_cast<double>(interval) * tickSeconds * 1e6;
+  recording.scansPerSweep = scans;
+  if (revision >= 6) {
+    const int year = head.UInt16(58, "year");
+    recording.start = LocalDateTime{year,
+                                    head.Byte(57, "month"),
+                                    head.Byte(56, "day"),
+                                    head.Byte(55, "hour"),
+                                    head.Byte(54, "minute"),
+                                    head.Byte(53, "second")};
+  }
+  WaveScans reader(source, std::move(aligned), std::move(skip));
+  WriteRecording(bench, recording, reader);
+}
+
+const FormatDescriptor kSpike2Format{
+    "CED Spike2 Data File (smr)",
+    [](const RecognitionInput& in) { return in.CharsAt(2, 10).starts_with("(C) CED"); },
+    ConvertSpike2};
+
+}  // namespace convora
