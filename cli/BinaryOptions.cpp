@@ -27,7 +27,8 @@ BinarySettings BinaryOptions::Resolve(Prompter& prompter) const {
     const std::string defaultValue = settings.*field.member;
     // Cancel keeps what the field held, as closing the window would.
     settings.*field.member =
-        prompter.AskInput({field.key, field.caption, kBinarySettingsTitle, defaultValue})
+        prompter.AskInput({field.key, field.caption, kBinarySettingsTitle, defaultValue,
+                           field.key != "unit"})
             .value_or(defaultValue);
   }
   settings.swapBytes = swapBytes_;

@@ -4,6 +4,8 @@
 #include <istream>
 #include <ostream>
 
+#include "abf/Numbers.h"
+
 #ifdef _WIN32
 #include <io.h>
 #define CONVORA_ISATTY(fd) _isatty(fd)
@@ -82,9 +84,15 @@ std::optional<std::string> TerminalPrompter::AskInput(const InputRequest& reques
   if (!interactive_) return std::string(request.defaultValue);
   Err() << request.title << ": " << request.prompt << " [" << request.defaultValue << "] "
        << std::flush;
-  auto answer = ReadLine();
-  if (answer && answer->empty()) return std::string(request.defaultValue);
-  return answer;  // end of input counts as Cancel
+  for (;;) {
+    auto answer = ReadLine();
+    if (answer && answer->empty()) return std::string(request.defaultValue);
+    // A person who types a word for a number is asked again rather than
+    // taken as 0; an option keeps the lenient reading.
+    if (!answer || !request.number || LeadingNumberIfAny(*answer)) return answer;
+    Err() << "\"" << OneLine(*answer) << "\" is not a number; type one, or Enter for "
+          << request.defaultValue << ": " << std::flush;
+  }  // end of input counts as Cancel
 }
 
 void TerminalPrompter::Notice(std::string_view text) {

@@ -179,15 +179,20 @@ void ConvertSpike2(Workbench& bench) {
     const std::int64_t ticks = revision >= 6 ? entries.Int32(at + 102, "channel divide (lChanDvd)")
                                              : std::int64_t{entries.UInt16(at + 138, "divide")} *
                                                    head.UInt16(22, "ticks per conversion");
-    if (ticks <= 0)
+    if (ticks <= 0) {
       throw ConvoraError(label + " has no sample interval (" + std::to_string(ticks) + " ticks)");
+    }
     Wave wave{static_cast<std::size_t>(c),
               title,
               entries.CountedText(at + 132, 6, "units"),
               kind == 1 ? StoredType::kInt16 : StoredType::kFloat32,
               kind == 1 ? entries.Float(at + 124, "scale") / 6553.6 : 1.0,
               kind == 1 ? entries.Float(at + 128, "offset") : 0.0,
-              ticks};
+              ticks,
+              0,
+              0,
+              0,
+              {}};
     IndexBlocks(source, wave, entries.Int32(at + 6, "first block"), blocks, unit);
     if (wave.samples > 0) waves.push_back(std::move(wave));
   }

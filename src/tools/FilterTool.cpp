@@ -112,11 +112,11 @@ AfterFile FilterAbfFile(Workbench& bench) {
                            1000.0f;
   const std::string preText = prompt
                                   .AskInput({"pre", "Please enter pre-filter frequency in KHz.",
-                                             "Pre-Filter Frequency", FormatSingle(preDefault)})
+                                             "Pre-Filter Frequency", FormatSingle(preDefault), true})
                                   .value_or("");
   const std::string newText = prompt
                                   .AskInput({"new", "Please enter new filter frequency in KHz.",
-                                             "New Filter Frequency", "1"})
+                                             "New Filter Frequency", "1", true})
                                   .value_or("");
   if (LeadingNumber(newText) <= 0.0) return AfterFile::kStopTool;  // ends the run silently
 

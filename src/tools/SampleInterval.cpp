@@ -12,7 +12,7 @@ void ChangeSampleInterval(Workbench& bench) {
   const std::string current = FormatSingle(bench.WorkHeader.Get(abf::fADCSampleInterval));
   const float interval = AnswerAsSingle(
       bench.Prompt().AskInput({"interval", "Please enter new sample interval (microsecond).",
-                               "New Sample Interval", current}),
+                               "New Sample Interval", current, true}),
       "sample interval");
   bench.WorkHeader.Set(abf::fADCSampleInterval, interval);
   RewriteSelectedHeader(bench);

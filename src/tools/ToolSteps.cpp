@@ -27,7 +27,7 @@ std::string AskChannelNumber(Workbench& bench) {
                              std::to_string(bench.WorkHeader.Get(abf::nADCNumChannels)) +
                              " channel recording.  Please enter channel number to change.";
   return bench.Prompt()
-      .AskInput({"channel", prompt, "Channel Number", "1"})
+      .AskInput({"channel", prompt, "Channel Number", "1", true})
       .value_or(std::string());
 }
 

@@ -33,7 +33,8 @@ void ChangeUnitAndScaleFactor(Workbench& bench) {
       prompt.AskInput({"unit", "Please enter new Unit.", "New Unit", currentUnit}).value_or("");
   const std::string currentScale = FormatSingle(header.Get(abf::fInstrumentScaleFactor, channel));
   const float scale = AnswerAsSingle(
-      prompt.AskInput({"scale", "Please enter new scale factor.", "New Scale Factor", currentScale}),
+      prompt.AskInput(
+          {"scale", "Please enter new scale factor.", "New Scale Factor", currentScale, true}),
       "scale factor");
 
   header.Set(abf::sADCUnits, channel, AsciiText(unit));

@@ -26,6 +26,9 @@ struct InputRequest {
   std::string_view prompt;
   std::string_view title;
   std::string_view defaultValue;
+  // The answer is read as a number (leniently, its leading number): a person
+  // typing something else on a terminal is asked again.
+  bool number = false;
 };
 
 class Prompter {

@@ -81,7 +81,7 @@ void TellCarriedChannelCount(Workbench& bench, const AbfHeader& header) {
 double AskSampleInterval(Workbench& bench, IntervalRule rule) {
   const auto answer =
       bench.Prompt().AskInput({"interval", "Please enter the sample interval in microsecond",
-                               "Input Sample Interval", "1000"});
+                               "Input Sample Interval", "1000", true});
   if (!answer) throw ConvoraError("no sample interval was given");
   const auto interval = ParseWholeNumber(*answer);
   const bool positive = rule == IntervalRule::kPositive;

@@ -37,6 +37,17 @@ TEST(TerminalPrompter, OnlyATerminalIsAskedAndThereEnterTakesTheDefault) {
   EXPECT_NE(err.str().find("Interval: Please enter the interval [1000] "), std::string::npos);
 }
 
+TEST(TerminalPrompter, AWordForANumberIsAskedAgain) {
+  std::istringstream in("abc\n50us\n");
+  std::ostringstream err;
+  TerminalPrompter prompter(in, err, true);
+  InputRequest interval = kInterval;
+  interval.number = true;
+  EXPECT_EQ(prompter.AskInput(interval), "50us");  // read leniently later: 50
+  EXPECT_NE(err.str().find("\"abc\" is not a number; type one, or Enter for 1000: "),
+            std::string::npos);
+}
+
 TEST(TerminalPrompter, AMessageQuotingAFileStaysOnOneLine) {
   // Messages can quote bytes of a file: a line break there must not split the
   // one line that a script reads per message.

@@ -114,15 +114,15 @@ Layout ReadLayout(SourceFile& source) {
     throw ConvoraError("not an Igor text file (no IGOR line)");
   std::vector<std::string> pending;  // names of a WAVES line waiting for its BEGIN
   bool pendingText = false;
-  std::optional<std::size_t> open;  // the block whose rows are being read
+  bool reading = false;  // the rows of the last block are being read
   std::vector<std::string_view> fields;
   std::vector<std::pair<std::int64_t, std::string>> commands;
   while (const auto line = lines.Next()) {
     const std::string_view text = Trimmed(*line);
-    if (open) {
-      Block& block = layout.blocks[*open];
+    if (reading) {
+      Block& block = layout.blocks.back();
       if (text == "END") {
-        open.reset();
+        reading = false;
       } else if (!text.empty()) {
         SplitFields(text, Separator::Space, fields);
         if (fields.size() != block.columns) {
@@ -156,16 +156,16 @@ Layout ReadLayout(SourceFile& source) {
       } else {
         layout.blocks.push_back({lines.Offset(), lines.Number() + 1, 0, pending.size()});
         for (std::size_t c = 0; c < pending.size(); ++c) {
-          layout.waves.push_back({pending[c], layout.blocks.size() - 1, c});
+          layout.waves.push_back({pending[c], layout.blocks.size() - 1, c, 0.0, ""});
         }
-        open = layout.blocks.size() - 1;
+        reading = true;
       }
       pending.clear();
     } else if (text.starts_with("X ")) {
       commands.emplace_back(lines.Number(), std::string(text.substr(2)));
     }
   }
-  if (open) throw ConvoraError("the last block of values has no END line");
+  if (reading) throw ConvoraError("the last block of values has no END line");
   // Commands may come before or after the waves they name.
   std::map<std::string, Wave*> byName;
   for (Wave& wave : layout.waves) byName.emplace(wave.name, &wave);
