@@ -120,6 +120,53 @@ def write_cdr(name, records):
         out.write(rng.integers(-2048, 2047, records * 512, dtype=numpy.int16).astype("<i2").tobytes())
 
 
+def write_edr(name, size):
+    """A two-channel WinEDR recording: a 2048-byte key=value header, then int16 scans."""
+    scans = size // 4
+    head = ("VER=6.1\r\nNBH=2048\r\nNC=2\r\nNP=%d\r\nAD=5.0\r\nADCMAX=2047\r\nDT=0.0001\r\n"
+            "YN0=Im\r\nYU0=pA\r\nYCF0=0.001\r\nYAG0=1\r\nYZ0=0\r\nYO0=0\r\n"
+            "YN1=Vm\r\nYU1=mV\r\nYCF1=0.01\r\nYAG1=1\r\nYZ1=0\r\nYO1=1\r\n" % (scans * 2))
+    rng = numpy.random.default_rng(6)
+    with open(path(name), "wb") as out:
+        out.write(head.encode().ljust(2048, b"\0"))
+        for _ in range(size // (64 * MIB)):
+            out.write(rng.integers(-2048, 2047, 32 * MIB, dtype=numpy.int16).astype("<i2").tobytes())
+
+
+def write_smr(name, size):
+    """A revision 6 Spike2 file of two int16 waveform channels at 5 us, in
+    alternating blocks of 32,000 samples."""
+    items, blocks = 32000, size // 2 // 64000
+    head = bytearray(512 + 2 * 140)
+    struct.pack_into("<h", head, 0, 6)
+    head[2:12] = b"(C) CED 87"
+    struct.pack_into("<hh", head, 20, 1, 1)
+    struct.pack_into("<h", head, 30, 2)
+    struct.pack_into("<d", head, 44, 1e-6)
+    first = len(head)
+    step = 20 + 2 * items
+    for c in range(2):
+        at = 512 + 140 * c
+        struct.pack_into("<ii", head, at + 6, first + c * step, first + (2 * blocks - 2 + c) * step)
+        struct.pack_into("<H", head, at + 14, blocks)
+        struct.pack_into("<i", head, at + 102, 5)
+        head[at + 108:at + 111] = b"\x02I" + str(c).encode()
+        struct.pack_into("<Bxff", head, at + 122, 1, 6553.6, 0.0)
+        head[at + 132:at + 135] = b"\x02pA"
+    rng = numpy.random.default_rng(7)
+    with open(path(name), "wb") as out:
+        out.write(bytes(head))
+        for k in range(blocks):
+            samples = rng.integers(-32768, 32767, 2 * items, dtype=numpy.int16).astype("<i2")
+            for c in range(2):
+                here = first + (2 * k + c) * step
+                prev = here - 2 * step if k > 0 else -1
+                nxt = here + 2 * step if k < blocks - 1 else -1
+                start = k * items * 5
+                out.write(struct.pack("<iiiiHH", prev, nxt, start, start + (items - 1) * 5, c + 1, items))
+                out.write(samples[c * items:(c + 1) * items].tobytes())
+
+
 def row(work, seconds, reference, peak, goal):
     ratio = seconds / reference
     verdict = "ok" if ratio <= goal else "MISSED"
@@ -149,6 +196,12 @@ def main():
         t, c, m = timed([CONVORA, "convert", "--interval", "100", name], [stem + ".ABF"], name)
         row(f"{name.split('.')[1]} conversion, 256 MiB", t, c, m, 1.5)
         remove(name, stem + ".ABF")
+
+    for name, writer in (("run.EDR", write_edr), ("run.smr", write_smr)):
+        writer(name, gib)
+        t, c, m = timed([CONVORA, "convert", name], ["run.ABF"], name)
+        row(f"{name.split('.')[1]} conversion, 1 GiB", t, c, m, 1.5)
+        remove(name, "run.ABF")
 
     # The record count is a 16-bit field: 32767 records of 1 KiB is the largest CDR file.
     write_cdr("run.cdr", 32767 // SCALE)

@@ -1,6 +1,7 @@
 #include "abf/FileIo.h"
 
 #include <algorithm>
+#include <bit>
 #include <cerrno>
 #include <cstring>
 #include <string>
@@ -98,10 +99,10 @@ std::size_t SourceFile::ReadPadded(std::int64_t offset, std::span<std::uint8_t> 
 }
 
 void SourceFile::ReadSamples(std::int64_t offset, std::span<std::int16_t> out) {
-  scratch_.resize(2 * out.size());
-  ReadPadded(offset, scratch_);
-  for (std::size_t i = 0; i < out.size(); ++i) {
-    out[i] = LoadLittleEndian<std::int16_t>(&scratch_[2 * i]);
+  const auto bytes = std::as_writable_bytes(out);
+  ReadPadded(offset, std::span(reinterpret_cast<std::uint8_t*>(bytes.data()), bytes.size()));
+  if constexpr (std::endian::native != std::endian::little) {
+    for (std::int16_t& sample : out) sample = ReverseBytes(sample);
   }
 }
 

@@ -227,20 +227,35 @@ void ConvertCFS(Workbench& bench) {
   if (step == 0.0) {
     throw ConvoraError("the file holds no equally spaced channel with a time axis to convert");
   }
+  // A scan takes one point of every channel kept, so a channel must have as
+  // many points as the first one kept in every section.
   std::vector<std::size_t> kept;
-  std::string leftOut;
+  std::string otherRate, otherLength;
+  const auto name = [&](std::string& list, std::size_t c) {
+    list += (list.empty() ? "" : ", ") + file.channels[c].name;
+  };
   for (std::size_t c = 0; c < file.channels.size(); ++c) {
-    if (file.channels[c].convertible && first[c].stepSeconds == step) {
-      kept.push_back(c);
+    if (!file.channels[c].convertible || first[c].stepSeconds != step) {
+      name(otherRate, c);
+    } else if (!kept.empty() && std::any_of(file.sections.begin(), file.sections.end(),
+                                            [&](const std::vector<SectionChannel>& section) {
+                                              return section[c].points !=
+                                                     section[kept.front()].points;
+                                            })) {
+      name(otherLength, c);
     } else {
-      leftOut += (leftOut.empty() ? "" : ", ") + file.channels[c].name;
+      kept.push_back(c);
     }
   }
-  if (!leftOut.empty()) {
+  if (!otherRate.empty()) {
     bench.Prompt().Notice(where +
                           "left out, for being sampled at another rate or not equally "
                           "spaced in time: " +
-                          leftOut);
+                          otherRate);
+  }
+  if (!otherLength.empty()) {
+    bench.Prompt().Notice(where + "left out, for holding another number of points than " +
+                          file.channels[kept.front()].name + ": " + otherLength);
   }
 
   Recording recording;

@@ -12,17 +12,45 @@ InterleavedScans::InterleavedScans(SourceFile& source, StoredType type, ByteOrde
       positions_(std::move(positions)),
       sweepStarts_(std::move(sweepStarts)) {}
 
-void InterleavedScans::ReadScans(std::int64_t sweep, std::int64_t first, std::span<double> out) {
+// Channel c of each scan from its position among the stored values.
+template <typename Value>
+void InterleavedScans::Pick(std::span<const Value> stored, std::span<Value> out) const {
   const std::size_t channels = positions_.size();
-  const std::size_t scans = out.size() / channels;
+  for (std::size_t s = 0; s < out.size() / channels; ++s) {
+    for (std::size_t c = 0; c < channels; ++c)
+      out[s * channels + c] = stored[s * width_ + positions_[c]];
+  }
+}
+
+void InterleavedScans::ReadScans(std::int64_t sweep, std::int64_t first, std::span<double> out) {
   const auto scanBytes = static_cast<std::int64_t>(width_ * BytesOf(type_));
-  stored_.resize(scans * width_);
+  stored_.resize(out.size() / positions_.size() * width_);
   ReadValues(source_, sweepStarts_[static_cast<std::size_t>(sweep)] + first * scanBytes, type_,
              order_, BytesOf(type_), stored_);
-  for (std::size_t s = 0; s < scans; ++s) {
-    for (std::size_t c = 0; c < channels; ++c)
-      out[s * channels + c] = stored_[s * width_ + positions_[c]];
-  }
+  Pick<double>(stored_, out);
+}
+
+bool InterleavedScans::InOrder() const {
+  bool inOrder = positions_.size() == width_;
+  for (std::size_t c = 0; c < positions_.size(); ++c) inOrder = inOrder && positions_[c] == c;
+  return inOrder;
+}
+
+bool InterleavedScans::CopySweep(std::int64_t sweep, std::int64_t scans, DataSectionWriter& out) {
+  if (!ReadsCounts() || !InOrder()) return false;
+  CopyBytes(source_, sweepStarts_[static_cast<std::size_t>(sweep)],
+            scans * static_cast<std::int64_t>(width_ * 2), out, false);
+  return true;
+}
+
+void InterleavedScans::ReadCounts(std::int64_t sweep, std::int64_t first,
+                                  std::span<std::int16_t> out) {
+  const std::int64_t at =
+      sweepStarts_[static_cast<std::size_t>(sweep)] + first * static_cast<std::int64_t>(width_ * 2);
+  if (InOrder()) return source_.ReadSamples(at, out);
+  counts_.resize(out.size() / positions_.size() * width_);
+  source_.ReadSamples(at, counts_);
+  Pick<std::int16_t>(counts_, out);
 }
 
 }  // namespace convora

@@ -20,6 +20,11 @@ class InterleavedScans : public ScanReader {
                    std::vector<std::size_t> positions, std::vector<std::int64_t> sweepStarts);
 
   void ReadScans(std::int64_t sweep, std::int64_t first, std::span<double> out) override;
+  bool ReadsCounts() const override {
+    return type_ == StoredType::kInt16 && order_ == ByteOrder::LittleEndian;
+  }
+  void ReadCounts(std::int64_t sweep, std::int64_t first, std::span<std::int16_t> out) override;
+  bool CopySweep(std::int64_t sweep, std::int64_t scans, DataSectionWriter& out) override;
 
  private:
   SourceFile& source_;
@@ -29,6 +34,12 @@ class InterleavedScans : public ScanReader {
   std::vector<std::size_t> positions_;
   std::vector<std::int64_t> sweepStarts_;
   std::vector<double> stored_;
+  std::vector<std::int16_t> counts_;
+
+  // Every scan holds the channels alone, in the recording's order.
+  bool InOrder() const;
+  template <typename Value>
+  void Pick(std::span<const Value> stored, std::span<Value> out) const;
 };
 
 }  // namespace convora

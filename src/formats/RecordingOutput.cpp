@@ -4,6 +4,7 @@
 #include <cctype>
 #include <cmath>
 #include <limits>
+#include <stdexcept>
 #include <string_view>
 
 #include "abf/AbfOutput.h"
@@ -39,20 +40,40 @@ std::string ChannelLabel(const RecordedChannel& channel, std::size_t index) {
                       : "channel " + std::to_string(index + 1) + " (" + name + ")";
 }
 
+// Scans read at a time: a bounded buffer, whatever the channel count.
+std::int64_t ScansPerRead(const Recording& recording) {
+  return std::max<std::int64_t>(1, kValuesPerRead / recording.channels.size());
+}
+
 // Visits every scan of every sweep in bounded stretches: `visit(values, scans)`
 // gets the interleaved values of all the recording's channels.
 template <typename Visit>
 void ForEachStretch(const Recording& recording, ScanReader& reader, Visit visit) {
-  const std::size_t channels = recording.channels.size();
-  const std::int64_t perRead = std::max<std::int64_t>(1, kValuesPerRead / channels);
+  const std::int64_t perRead = ScansPerRead(recording);
   std::vector<double> values;
   for (std::int64_t sweep = 0; sweep < recording.sweeps; ++sweep) {
     for (std::int64_t first = 0; first < recording.scansPerSweep; first += perRead) {
       const std::int64_t scans = std::min(perRead, recording.scansPerSweep - first);
-      values.assign(static_cast<std::size_t>(scans) * channels, 0.0);
+      values.assign(static_cast<std::size_t>(scans) * recording.channels.size(), 0.0);
       reader.ReadScans(sweep, first, values);
       visit(std::span<const double>(values), scans);
     }
+  }
+}
+
+// Writes the stored counts of a recording whose counts all stay as they are:
+// a sweep the source holds as the output stores it is copied as bytes.
+void WriteStoredCounts(const Recording& recording, ScanReader& reader, DataSectionWriter& out) {
+  const std::int64_t perRead = ScansPerRead(recording);
+  for (std::int64_t sweep = 0; sweep < recording.sweeps; ++sweep) {
+    if (reader.CopySweep(sweep, recording.scansPerSweep, out)) continue;
+    BatchedSamples counts(out);
+    for (std::int64_t first = 0; first < recording.scansPerSweep; first += perRead) {
+      const std::int64_t scans = std::min(perRead, recording.scansPerSweep - first);
+      reader.ReadCounts(sweep, first,
+                        counts.Next(static_cast<std::size_t>(scans) * recording.channels.size()));
+    }
+    counts.Finish();
   }
 }
 
@@ -201,6 +222,12 @@ class TagSection {
 
 }  // namespace
 
+void ScanReader::ReadCounts(std::int64_t, std::int64_t, std::span<std::int16_t>) {
+  throw std::logic_error("ReadCounts of a reader whose channels are not all counts");
+}
+
+bool ScanReader::CopySweep(std::int64_t, std::int64_t, DataSectionWriter&) { return false; }
+
 std::filesystem::path WriteRecording(Workbench& bench, const Recording& recording,
                                      ScanReader& reader, std::string_view ending) {
   const std::size_t channels = recording.channels.size();
@@ -265,25 +292,37 @@ std::filesystem::path WriteRecording(Workbench& bench, const Recording& recordin
                           std::to_string(kMaxAbfChannels) + " channels; left out: " + names);
   }
 
+  // Counts kept unshifted in every channel, and nothing left out: the
+  // stored scans are the output's.
+  const bool countsAsStored =
+      kept == channels && reader.ReadsCounts() &&
+      std::all_of(storage.begin(), storage.end(),
+                  [](const ChannelStorage& c) { return c.keepsCounts && c.shift == 0.0; });
   const auto output = WriteAbfOutput(
       bench, h,
       [&](DataSectionWriter& out) {
-        BatchedSamples counts(out);
-        ForEachStretch(recording, reader, [&](std::span<const double> values, std::int64_t scans) {
-          const std::span<std::int16_t> room = counts.Next(static_cast<std::size_t>(scans) * kept);
-          for (std::int64_t s = 0; s < scans; ++s) {
-            for (std::size_t c = 0; c < kept; ++c) {
-              const double value = values[static_cast<std::size_t>(s) * channels + c];
-              // A value beyond what the first pass saw (or, read once, beyond
-              // 16 bits): the source changed under us.
-              const double low = extremes[c] ? extremes[c]->Minimum() : -32768.0;
-              const double high = extremes[c] ? extremes[c]->Maximum() : 32767.0;
-              if (!(value >= low && value <= high)) throw SourceChangedError();
-              room[static_cast<std::size_t>(s) * kept + c] = CountOf(storage[c], value);
-            }
-          }
-        });
-        counts.Finish();
+        if (countsAsStored) {
+          WriteStoredCounts(recording, reader, out);
+        } else {
+          BatchedSamples counts(out);
+          ForEachStretch(
+              recording, reader, [&](std::span<const double> values, std::int64_t scans) {
+                const std::span<std::int16_t> room =
+                    counts.Next(static_cast<std::size_t>(scans) * kept);
+                for (std::int64_t s = 0; s < scans; ++s) {
+                  for (std::size_t c = 0; c < kept; ++c) {
+                    const double value = values[static_cast<std::size_t>(s) * channels + c];
+                    // A value beyond what the first pass saw (or, read once, beyond
+                    // 16 bits): the source changed under us.
+                    const double low = extremes[c] ? extremes[c]->Minimum() : -32768.0;
+                    const double high = extremes[c] ? extremes[c]->Maximum() : 32767.0;
+                    if (!(value >= low && value <= high)) throw SourceChangedError();
+                    room[static_cast<std::size_t>(s) * kept + c] = CountOf(storage[c], value);
+                  }
+                }
+              });
+          counts.Finish();
+        }
         sweepLayout.WriteAfterSamples(out);
         tags.WriteAfter(sweepLayout.EndByte(), out);
       },

@@ -21,6 +21,7 @@
 #include <string>
 #include <vector>
 
+#include "abf/AbfOutput.h"
 #include "abf/StartDateTime.h"
 #include "workbench/Workbench.h"
 
@@ -74,6 +75,17 @@ class ScanReader {
   // included) in channel order. Throws ConvoraError where the source cannot
   // give them.
   virtual void ReadScans(std::int64_t sweep, std::int64_t first, std::span<double> out) = 0;
+
+  // Whether every channel is stored as 16-bit little-endian counts that
+  // ReadCounts can hand over without a detour through doubles: a recording
+  // whose counts are all kept as they are is then copied count for count.
+  virtual bool ReadsCounts() const { return false; }
+  // The same scans as ReadScans, as the stored counts; only where ReadsCounts.
+  virtual void ReadCounts(std::int64_t sweep, std::int64_t first, std::span<std::int16_t> out);
+  // Where ReadsCounts: copies the first `scans` scans of `sweep` to `out` as
+  // bytes if the source holds them exactly as an ABF file stores them (the
+  // channels in order, scan after scan); false, with nothing written, if not.
+  virtual bool CopySweep(std::int64_t sweep, std::int64_t scans, DataSectionWriter& out);
 };
 
 // Writes `recording` to the selected file's output (bench.OutputPathFor:

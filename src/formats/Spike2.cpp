@@ -1,10 +1,13 @@
 #include "formats/Spike2.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <string>
+#include <type_traits>
 #include <vector>
 
+#include "abf/AbfSummary.h"
 #include "abf/ConvoraError.h"
 #include "formats/RecordingOutput.h"
 #include "formats/SourceValues.h"
@@ -16,7 +19,8 @@
 // channel, the item count) and its items. Waveform channels hold int16
 // samples (kind 1; value = count x scale / 6553.6 + offset) or floats (kind
 // 9); the other kinds hold events and markers. Revision 9 counts block
-// positions in 512-byte units.
+// positions in 512-byte units. Where sampling was paused, the next block
+// starts later than the last one ended; the output keeps that time, as zeros.
 
 namespace convora {
 namespace {
@@ -27,7 +31,7 @@ constexpr std::int64_t kBlockHeaderBytes = 20;
 
 struct Block {
   std::int64_t dataAt;
-  std::int64_t firstSample;  // within the channel's continuous stretch
+  std::int64_t firstSample;  // on the channel's grid, from its first block
   std::int64_t items;
 };
 
@@ -40,77 +44,140 @@ struct Wave {
   double offset;
   std::int64_t intervalTicks;
   std::int64_t firstTick = 0;
-  std::int64_t samples = 0;  // of the continuous stretch from the first block
-  std::int64_t leftAfterGap = 0;
+  std::int64_t samples = 0;  // up to the end of the last block, pauses included
+  bool rounded = false;      // a block after a pause starts between two grid points
   std::vector<Block> blocks;
 };
 
-// Follows a channel's chain of blocks: those whose samples run on without a
-// gap are indexed, the items of the rest counted.
+// Follows a channel's chain of blocks and places each on the channel's grid.
+// A pause in sampling leaves a stretch between two blocks; it is kept, so
+// that every later sample stays at its time.
 void IndexBlocks(SourceFile& source, Wave& wave, std::int64_t first, std::int64_t count,
                  std::int64_t unit) {
   const auto itemBytes = static_cast<std::int64_t>(BytesOf(wave.type));
+  const std::string channel = "channel " + std::to_string(wave.channel + 1);
   std::int64_t at = first;
-  std::int64_t nextTick = 0;
   // A chain that loops back on itself ends where the file could hold no more
   // distinct blocks.
   count = std::min(count, source.Length() / kBlockHeaderBytes);
   for (std::int64_t k = 0; k < count && at != -1; ++k) {
     const std::int64_t offset = at * unit;
-    RequireInFile(source, offset, kBlockHeaderBytes,
-                  "a data block of channel " + std::to_string(wave.channel + 1));
+    RequireInFile(source, offset, kBlockHeaderBytes, "a data block of " + channel);
     const auto bytes = ReadBytes(source, offset, kBlockHeaderBytes);
     const FieldReader block(bytes, ByteOrder::LittleEndian);
     const std::int64_t start = block.Int32(8, "block start time");
     const std::int64_t items = block.UInt16(18, "block item count");
     const std::uint16_t stored = block.UInt16(16, "block channel");
-    const std::int64_t channel = (stored & 0xFF) + ((stored & 0x200) >> 1) - 1;
-    if (channel != static_cast<std::int64_t>(wave.channel)) {
-      throw ConvoraError("a data block in channel " + std::to_string(wave.channel + 1) +
-                         "'s chain belongs to channel " + std::to_string(channel + 1));
+    const std::int64_t owner = (stored & 0xFF) + ((stored & 0x200) >> 1) - 1;
+    if (owner != static_cast<std::int64_t>(wave.channel)) {
+      throw ConvoraError("a data block in " + channel + "'s chain belongs to channel " +
+                         std::to_string(owner + 1));
     }
     RequireInFile(source, offset + kBlockHeaderBytes, items * itemBytes,
-                  "the items of a data block of channel " + std::to_string(wave.channel + 1));
+                  "the items of a data block of " + channel);
     at = block.Int32(4, "next block");
     if (k == 0) wave.firstTick = start;
-    // After a gap (or a block out of order) the continuous stretch has ended.
-    if (wave.leftAfterGap > 0 || (k > 0 && start != nextTick)) {
-      wave.leftAfterGap += std::max<std::int64_t>(items, 1);
-      continue;
+    const std::int64_t since = start - wave.firstTick;
+    const std::int64_t place = (since + wave.intervalTicks / 2) / wave.intervalTicks;
+    if (since < 0 || place < wave.samples) {
+      throw ConvoraError("the data blocks of " + channel + " overlap in time or run backwards");
     }
-    wave.blocks.push_back({offset + kBlockHeaderBytes, wave.samples, items});
-    wave.samples += items;
-    nextTick = start + items * wave.intervalTicks;
+    wave.rounded = wave.rounded || place * wave.intervalTicks != since;
+    if (items == 0) continue;
+    wave.blocks.push_back({offset + kBlockHeaderBytes, place, items});
+    wave.samples = place + items;
   }
 }
 
-// Reads the kept waves from a common first tick, one scan per interval.
+// A stretch of the output with no samples, in scans from its start.
+struct Pause {
+  std::int64_t from;
+  std::int64_t length;
+  auto operator<=>(const Pause&) const = default;
+};
+
+// Reads the kept waves from a common first tick, one scan per interval;
+// where a wave paused, its stored value of zero.
 class WaveScans : public ScanReader {
  public:
   WaveScans(SourceFile& source, std::vector<Wave> waves, std::vector<std::int64_t> skip)
       : source_(source), waves_(std::move(waves)), skip_(std::move(skip)) {}
 
   void ReadScans(std::int64_t, std::int64_t first, std::span<double> out) override {
+    ReadColumns(first, out, values_);
+  }
+
+  bool ReadsCounts() const override {
+    return std::all_of(waves_.begin(), waves_.end(),
+                       [](const Wave& w) { return w.type == StoredType::kInt16; });
+  }
+  void ReadCounts(std::int64_t, std::int64_t first, std::span<std::int16_t> out) override {
+    ReadColumns(first, out, counts_);
+  }
+
+  // The pauses of every wave within the first `scans` scans, in output scans.
+  std::vector<Pause> Pauses(std::int64_t scans) const {
+    std::vector<Pause> pauses;
+    for (std::size_t c = 0; c < waves_.size(); ++c) {
+      const auto& blocks = waves_[c].blocks;
+      for (std::size_t k = 1; k < blocks.size(); ++k) {
+        const std::int64_t from = blocks[k - 1].firstSample + blocks[k - 1].items - skip_[c];
+        const std::int64_t to = std::min(blocks[k].firstSample - skip_[c], scans);
+        if (to > std::max<std::int64_t>(from, 0))
+          pauses.push_back({std::max<std::int64_t>(from, 0), to - std::max<std::int64_t>(from, 0)});
+      }
+    }
+    std::sort(pauses.begin(), pauses.end());
+    pauses.erase(std::unique(pauses.begin(), pauses.end()), pauses.end());
+    return pauses;
+  }
+
+ private:
+  SourceFile& source_;
+  std::vector<Wave> waves_;
+  std::vector<std::int64_t> skip_;  // samples of each wave before the common first tick
+  std::vector<double> values_;
+  std::vector<std::int16_t> counts_;
+
+  // Each wave's stretch, a block at a time, into its column of `out`; where
+  // the wave paused, the stored value of zero.
+  template <typename Value>
+  void ReadColumns(std::int64_t first, std::span<Value> out, std::vector<Value>& column) {
     const std::size_t width = waves_.size();
     const auto scans = static_cast<std::int64_t>(out.size() / width);
     for (std::size_t c = 0; c < width; ++c) {
       const Wave& wave = waves_[c];
+      // Counts are read only where no offset is folded in, so their zero is 0.
+      const Value zero = std::is_same_v<Value, double> ? -wave.offset / wave.scale : 0;
       std::int64_t sample = first + skip_[c];
       std::int64_t done = 0;
-      // The block holding `sample`: the last one that starts at or before it.
-      auto block =
-          std::upper_bound(wave.blocks.begin(), wave.blocks.end(), sample,
-                           [](std::int64_t s, const Block& b) { return s < b.firstSample; });
-      --block;
+      // The first block that ends after `sample`.
+      auto block = std::upper_bound(
+          wave.blocks.begin(), wave.blocks.end(), sample,
+          [](std::int64_t s, const Block& b) { return s < b.firstSample + b.items; });
       while (done < scans) {
+        const std::int64_t pauseEnd =
+            block == wave.blocks.end() ? sample + scans - done : block->firstSample;
+        const std::int64_t paused =
+            std::min(scans - done, std::max<std::int64_t>(0, pauseEnd - sample));
+        for (std::int64_t i = 0; i < paused; ++i) {
+          out[static_cast<std::size_t>(done + i) * width + c] = zero;
+        }
+        done += paused;
+        sample += paused;
+        if (done == scans) break;
         const std::int64_t within = sample - block->firstSample;
         const std::int64_t take = std::min(scans - done, block->items - within);
-        column_.resize(static_cast<std::size_t>(take));
-        ReadValues(source_, block->dataAt + within * static_cast<std::int64_t>(BytesOf(wave.type)),
-                   wave.type, ByteOrder::LittleEndian, BytesOf(wave.type), column_);
+        const std::int64_t at =
+            block->dataAt + within * static_cast<std::int64_t>(BytesOf(wave.type));
+        column.resize(static_cast<std::size_t>(take));
+        if constexpr (std::is_same_v<Value, double>) {
+          ReadValues(source_, at, wave.type, ByteOrder::LittleEndian, BytesOf(wave.type), column);
+        } else {
+          source_.ReadSamples(at, column);
+        }
         for (std::int64_t i = 0; i < take; ++i) {
-          out[static_cast<std::size_t>(done + i) * width + c] =
-              column_[static_cast<std::size_t>(i)];
+          out[static_cast<std::size_t>(done + i) * width + c] = column[static_cast<std::size_t>(i)];
         }
         done += take;
         sample += take;
@@ -118,13 +185,21 @@ class WaveScans : public ScanReader {
       }
     }
   }
-
- private:
-  SourceFile& source_;
-  std::vector<Wave> waves_;
-  std::vector<std::int64_t> skip_;  // samples of each wave before the common first tick
-  std::vector<double> column_;
 };
+
+// "0.5 s from 12 s, ..." for the first few pauses, and how many more.
+std::string PauseText(const std::vector<Pause>& pauses, double scanUs) {
+  constexpr std::size_t kNamed = 5;
+  const auto seconds = [&](std::int64_t scans) {
+    return SecondsText(std::llround(static_cast<double>(scans) * scanUs)) + " s";
+  };
+  std::string text;
+  for (std::size_t k = 0; k < std::min(pauses.size(), kNamed); ++k) {
+    text += (k == 0 ? "" : ", ") + seconds(pauses[k].length) + " from " + seconds(pauses[k].from);
+  }
+  if (pauses.size() > kNamed) text += " and " + std::to_string(pauses.size() - kNamed) + " more";
+  return text;
+}
 
 std::string Names(const std::vector<std::string>& names) {
   std::string text;
@@ -191,7 +266,7 @@ void ConvertSpike2(Workbench& bench) {
               ticks,
               0,
               0,
-              0,
+              false,
               {}};
     IndexBlocks(source, wave, entries.Int32(at + 6, "first block"), blocks, unit);
     if (wave.samples > 0) waves.push_back(std::move(wave));
@@ -235,15 +310,6 @@ void ConvertSpike2(Workbench& bench) {
   }
   const std::string where = bench.SelectedFilePath.string() + ": ";
   if (!others.empty()) bench.Prompt().Notice(where + "not converted: " + Names(others));
-  std::int64_t afterGaps = 0;
-  for (const Wave& wave : aligned) afterGaps += wave.leftAfterGap;
-  if (afterGaps > 0) {
-    bench.Prompt().Notice(where + "sampling pauses; the samples from the first pause on (" +
-                          std::to_string(afterGaps) +
-                          " samples of the converted channels) are "
-                          "left out");
-  }
-
   Recording recording;
   for (const Wave& wave : aligned) {
     recording.channels.push_back(
@@ -260,7 +326,18 @@ void ConvertSpike2(Workbench& bench) {
                                     head.Byte(54, "minute"),
                                     head.Byte(53, "second")};
   }
+  const bool rounded =
+      std::any_of(aligned.begin(), aligned.end(), [](const Wave& w) { return w.rounded; });
   WaveScans reader(source, std::move(aligned), std::move(skip));
+  if (const auto pauses = reader.Pauses(scans); !pauses.empty()) {
+    bench.Prompt().Notice(
+        where +
+        (pauses.size() == 1 ? std::string("a pause") : std::to_string(pauses.size()) + " pauses") +
+        " in sampling, filled with zeros so that later samples keep "
+        "their times: " +
+        PauseText(pauses, recording.channelIntervalUs) +
+        (rounded ? " (rounded to whole sample intervals)" : ""));
+  }
   WriteRecording(bench, recording, reader);
 }
 

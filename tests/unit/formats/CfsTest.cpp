@@ -97,21 +97,36 @@ TEST_F(CfsTest, SectionsBecomeSweepsAndInterleavedCountsAreKept) {
   }
 }
 
-TEST_F(CfsTest, OtherRatesAreNamedAndScalesThatChangeOrShortSectionsAreSaid) {
-  // Channel 2 is sampled at twice the step: left out. Channel 1's scale
-  // changes in section 2, whose points are also one fewer.
-  const std::vector<Channel> channels = {{"fast", "mV", 2, 0, 2, 0},
-                                         {"slow", "mV", 2, 0, 2, 4, 0.02f}};
-  const auto file = Convert(Make(channels, {{{2, 1}, {1.0f, 1.0f}, Interleaved({100, -200, 5})},
-                                            {{1, 1}, {2.0f, 1.0f}, Interleaved({100, 0, 5})}}));
-  const auto& t = f.prompter.Transcript();
-  ASSERT_EQ(t.size(), 2u);
-  EXPECT_NE(t[0].find("left out, for being sampled at another rate or not equally spaced in "
-                      "time: slow"),
-            std::string::npos);
-  EXPECT_NE(t[1].find("padded with zeros to the longest, 2 points"), std::string::npos);
-  // Values in mV: 100, -200, 200 (100 x 2), then the padding; -200 at half scale.
-  EXPECT_EQ(test::SamplesOf(file, 4), (std::vector<std::int16_t>{8192, -16384, 16384, 0}));
+// int32 and float32 channels beside two that are left out: one sampled at
+// twice the step, one with fewer points than the first. The int32 channel's
+// scale doubles in section 2, and section 2 is one point shorter.
+TEST_F(CfsTest, ChannelsThatCannotShareAScanAreNamedAndScalesThatChangeAreRescaled) {
+  const std::vector<Channel> channels = {{"i32", "mV", 4, 0, 4, 0},
+                                         {"f32", "pA", 5, 0, 4, 8},
+                                         {"short", "mV", 2, 0, 2, 16},
+                                         {"slow", "mV", 2, 0, 2, 18, 0.02f}};
+  const auto data = [](std::int32_t i0, std::int32_t i1, float f0, float f1) {
+    test::ByteBuilder b;
+    b.Int32LE(i0).Int32LE(i1).FloatLE(f0).FloatLE(f1).Int16LE(7).Int16LE(9);
+    return b.Get();
+  };
+  const auto file =
+      Convert(Make(channels, {{{2, 2, 1, 1}, {1.0f, 1.0f, 1.0f, 1.0f}, data(100, -200, 1.5f, -3)},
+                              {{1, 1, 1, 1}, {2.0f, 1.0f, 1.0f, 1.0f}, data(100, 0, 0.75f, 0)}}));
+  EXPECT_EQ(f.prompter.Transcript(),
+            (std::vector<std::string>{
+                "notice: " + (f.dir / "rec.cfs").string() +
+                    ": left out, for being sampled at another rate or not equally spaced in "
+                    "time: slow",
+                "notice: " + (f.dir / "rec.cfs").string() +
+                    ": left out, for holding another number of points than i32: short",
+                "notice: " + (f.dir / "rec.cfs").string() +
+                    ": its data sections differ in length; each sweep is padded with zeros to "
+                    "the longest, 2 points"}));
+  // Each channel's largest magnitude lands at half of full scale: 200 mV
+  // (100 x 2) and 3 pA; sweep 2's second scan is padding.
+  EXPECT_EQ(test::SamplesOf(file, 8),
+            (std::vector<std::int16_t>{8192, 8192, -16384, -16384, 16384, 4096, 0, 0}));
 }
 
 TEST_F(CfsTest, WhatCannotBeReadIsRefusedByName) {
