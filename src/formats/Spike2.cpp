@@ -330,6 +330,16 @@ void ConvertSpike2(Workbench& bench) {
       std::any_of(aligned.begin(), aligned.end(), [](const Wave& w) { return w.rounded; });
   WaveScans reader(source, std::move(aligned), std::move(skip));
   if (const auto pauses = reader.Pauses(scans); !pauses.empty()) {
+    // Block times are the file's word: a damaged one could otherwise turn a
+    // few samples into gigabytes of zeros.
+    std::int64_t paused = 0;
+    for (const Pause& pause : pauses) paused += pause.length;
+    if (paused > 16 * (scans - std::min(paused, scans)) + (std::int64_t{1} << 20)) {
+      throw ConvoraError("its pauses in sampling (" +
+                         PauseText(pauses, recording.channelIntervalUs) +
+                         ") are more than 16 times as long as what was recorded; a file of "
+                         "mostly zeros is not written");
+    }
     bench.Prompt().Notice(
         where +
         (pauses.size() == 1 ? std::string("a pause") : std::to_string(pauses.size()) + " pauses") +

@@ -12,7 +12,7 @@ namespace {
 
 struct Son {
   std::int16_t revision = 6;
-  std::int16_t secondBlockStart = 30;  // 30 continues the first block's 3 samples at 10 ticks
+  std::int32_t secondBlockStart = 30;  // 30 continues the first block's 3 samples at 10 ticks
   std::int16_t blockChannel = 1;       // as stored: the channel number + 1
   std::uint16_t items = 3;
   std::int16_t blocks = 2;        // in channel 1's chain
@@ -95,6 +95,7 @@ TEST(Spike2, WhatCannotBeReadIsRefusedByName) {
       {{.blockChannel = 2}, "belongs to channel 2"},
       {{.items = 900}, "the items of a data block"},
       {{.secondBlockStart = 10}, "overlap in time"},
+      {{.secondBlockStart = 20'000'000}, "more than 16 times as long"},
       {{.blocks = 5, .afterSecond = 512 + 280}, "overlap in time"},  // a chain back on itself
       {{.blocks = 3, .afterSecond = 1 << 20}, "a data block of channel 1"},
   };
