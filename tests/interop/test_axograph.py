@@ -1,4 +1,4 @@
-"""Axograph columns, read back by neo."""
+"""Axograph columns, read back by all three readers."""
 
 import struct
 
@@ -17,16 +17,13 @@ def axograph(step, signals):
 
 class AxographReadBack(ConvoraTestCase):
     def test_columns_come_back_in_millivolts_and_picoamperes(self):
-        volts = [-0.004, 0.008, 0.002, 0.0]
-        amperes = [1e-11, -2e-11, 2e-11, 5e-12]
-        voltage, current = self.convert_one(
-            "cell.axg", axograph(1e-4, [("Vm (V)", volts), ("Im (A)", amperes)]))
+        volts, amperes = [-0.004, 0.008, 0.002, 0.0], [1e-11, -2e-11, 2e-11, 5e-12]
+        source = self.write("cell.axg", axograph(1e-4, [("Vm (V)", volts), ("Im (A)", amperes)]))
         # The time step is the per-channel interval. Ranges are the smaller extremes:
         # 4 mV (8 mV then lands at full scale) and 20 pA.
-        self.assertChannel(voltage, "mV", 10000.0, [float32(v) * 1000 for v in volts],
-                           one_count(4))
-        self.assertChannel(current, "pA", 10000.0, [float32(a) * 1e12 for a in amperes],
-                           one_count(20))
+        columns = [[float32(v) * 1000 for v in volts], [float32(a) * 1e12 for a in amperes]]
+        self.assertStored(self.convert_one("convert", source), ["mV", "pA"], 10000.0, [columns],
+                          [one_count(4), one_count(20)])
 
 
 if __name__ == "__main__":

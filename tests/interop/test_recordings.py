@@ -1,104 +1,63 @@
-"""Real recordings of other programs, converted and read back by neo, against an
-independent reader's reading of the source (neo's own readers, stfio, or the
-documented layout)."""
+"""Real recordings of other programs, converted and read back by all three readers, against
+an independent reading of the source (neo's own readers, stfio, or the documented layout)."""
 
 import os
-import shutil
 import struct
 import unittest
 
-import numpy
-
-from interop_support import SAMPLES, ConvoraTestCase, main, neo, read_sweeps
-
-try:
-    import stfio
-except ImportError:  # pragma: no cover - depends on the machine
-    stfio = None
+from interop_support import (HAVE_SAMPLES, SAMPLES, ConvoraTestCase, main, neo, numpy, read_abf,
+                             stfio)
 
 
-def sweeps(reader):
-    """Every segment's channels as one array of samples x channels, in physical units."""
-    out = []
-    for segment in reader.read_block(lazy=False).segments:
-        out.append(numpy.hstack([numpy.asarray(signal.magnitude) for signal in segment.analogsignals]))
-    return out
+def by_neo(io, unit=None, scale=1.0):
+    """neo's reading: every segment's channels as one array of samples x channels."""
+    return lambda path: [scale * numpy.hstack([(s.rescale(unit) if unit else s).magnitude
+                                               for s in segment.analogsignals])
+                         for segment in io(filename=path).read_block(lazy=False).segments]
 
 
-def sample(*parts):
-    return os.path.join(SAMPLES, *parts)
+def by_stfio(path):
+    record = stfio.read(path, "cfs")  # its sections are views: copy them while it lives
+    return [numpy.column_stack([numpy.array(channel[s]) for channel in record])
+            for s in range(len(record[0]))]
 
 
-@unittest.skipUnless(SAMPLES and os.path.isdir(SAMPLES), "the samples folder is absent")
+def by_layout(dtype, offset, rows, columns, scale=1.0):
+    """Values read straight from where the format puts them, times each channel's scale."""
+    return lambda path: [numpy.fromfile(path, dtype, rows * columns, offset=offset)
+                         .reshape(rows, columns) * scale]
+
+
+@unittest.skipUnless(HAVE_SAMPLES, "the samples folder is absent")
 class RealRecordings(ConvoraTestCase):
-    def converted(self, *parts, suffix=".ABF"):
-        """Copies a sample into the scratch folder, converts it, returns neo's reading."""
-        name = parts[-1]
-        shutil.copy(sample(*parts), self.path(name))
-        written = self.convert("convert", self.path(name))
-        self.assertEqual(written, [self.path(name.split(".")[0] + suffix)])
-        return read_sweeps(written[0])
-
-    def assertSweeps(self, actual, expected, tolerance):
-        self.assertEqual(len(actual), len(expected))
-        for got, want in zip(actual, expected):
-            self.assertEqual(got.shape, want.shape)
-            numpy.testing.assert_allclose(got, want, rtol=tolerance, atol=0)
-
-    def test_winwcp_records_are_sweeps_of_the_same_values(self):
-        source = sweeps(neo.io.WinWcpIO(filename=sample("strathclyde", "myokit_wcp-file.wcp")))
-        self.assertSweeps(self.converted("strathclyde", "myokit_wcp-file.wcp"), source, 1e-6)
-
-    def test_winedr_keeps_its_counts(self):
-        (source,) = sweeps(neo.io.WinEdrIO(filename=sample("strathclyde", "neo_File_WinEDR_1.EDR")))
-        (converted,) = self.converted("strathclyde", "neo_File_WinEDR_1.EDR")
-        # neo divides by ADCMAX + 1 (2048), the recording program by ADCMAX (2047).
-        numpy.testing.assert_allclose(converted, source * 2048 / 2047, rtol=1e-5)
-
-    @unittest.skipIf(stfio is None, "python3-stfio is not installed")
-    def test_cfs_sections_are_sweeps_read_as_stfio_reads_them(self):
-        record = stfio.read(sample("ced", "m0ose01_test_data.cfs"), "cfs")
-        source = [numpy.column_stack([numpy.asarray(record[c][s]) for c in range(len(record))])
-                  for s in range(len(record[0]))]
-        self.assertSweeps(self.converted("ced", "m0ose01_test_data.cfs"), source, 1e-5)
-
-    def test_abf2_files_come_down_to_abf1_with_their_values(self):
-        for name in ("myokit_abf-v2_ABF2.abf", "pyABF_2018_12_09_pCLAMP11_0001_ABF2.abf"):
+    def test_converted_sweeps_hold_the_values_of_the_source(self):
+        cases = [  # folder, name, suffix written, reading of the source, rtol, atol
+            ("strathclyde", "myokit_wcp-file.wcp", ".ABF", by_neo(neo.io.WinWcpIO), 1e-6, 0),
+            # neo divides by ADCMAX + 1 (2048), the recording program by ADCMAX (2047).
+            ("strathclyde", "neo_File_WinEDR_1.EDR", ".ABF",
+             by_neo(neo.io.WinEdrIO, scale=2048 / 2047), 1e-5, 0),
+            ("ced", "m0ose01_test_data.cfs", ".ABF", by_stfio, 1e-5, 0),
+            ("abf", "myokit_abf-v2_ABF2.abf", "_abf1.ABF", by_neo(neo.io.AxonIO), 1e-6, 0),
+            ("abf", "pyABF_2018_12_09_pCLAMP11_0001_ABF2.abf", "_abf1.ABF",
+             by_neo(neo.io.AxonIO, "pA"), 1e-6, 0),
+            # Five floats from byte 384, scaled to the peak (5) at half of full scale: one
+            # count is 5 / 16384.
+            ("ibw", "igor2_win-version5.ibw", ".ABF", by_layout("<f4", 384, 5, 1), 0, 5 / 16384),
+            ("ibw", "igor2_mac-version5.ibw", ".ABF", by_layout(">f4", 384, 5, 1), 0, 5 / 16384),
+            # Macintosh byte order; samples from byte 14994, raw x amplitude scale.
+            ("acq", "bioread_r35_test.acq", ".ABF", by_layout(
+                ">i2", 14994, 31486, 2, numpy.array([0.0030517578125, 0.152587890625])), 1e-6, 0),
+            ("ced", "neo_Cricket_Song.smr", ".ABF", by_neo(neo.io.Spike2IO, "mV"), 0, 1e-3),
+            ("ced", "neo_File_spike2_1.smr", ".ABF", by_neo(neo.io.Spike2IO, "mV"), 0, 1e-3),
+        ]
+        for folder, name, suffix, read_source, rtol, atol in cases:
             with self.subTest(name):
-                source = sweeps(neo.io.AxonIO(filename=sample("abf", name)))
-                converted = self.converted("abf", name, suffix="_abf1.ABF")
-                if name.startswith("pyABF"):  # amperes come back as picoamperes
-                    source = [s * 1e12 for s in source]
-                self.assertSweeps(converted, source, 1e-6)
-
-    def test_igor5_waves_read_back_as_stored(self):
-        for name, order in (("igor2_win-version5.ibw", "<"), ("igor2_mac-version5.ibw", ">")):
-            with self.subTest(name):
-                with open(sample("ibw", name), "rb") as wave:
-                    values = struct.unpack(order + "5f", wave.read()[384:404])
-                (converted,) = self.converted("ibw", name)
-                # Scaled to the peak (5) at half of full scale: one count is 5 / 16384.
-                numpy.testing.assert_allclose(converted[:, 0], values, rtol=0, atol=5 / 16384)
-
-
-    def test_acqknowledge_values_follow_the_documented_formula(self):
-        with open(sample("acq", "bioread_r35_test.acq"), "rb") as source:
-            data = source.read()
-        # Macintosh byte order; samples from byte 14994, raw x amplitude scale.
-        raw = numpy.frombuffer(data[14994:14994 + 31486 * 4], dtype=">i2").reshape(-1, 2)
-        expected = raw * numpy.array([0.0030517578125, 0.152587890625])
-        (converted,) = self.converted("acq", "bioread_r35_test.acq")
-        numpy.testing.assert_allclose(converted, expected, rtol=1e-6)
-
-
-    def test_spike2_waveforms_read_back_as_neo_reads_the_source(self):
-        for name in ("neo_Cricket_Song.smr", "neo_File_spike2_1.smr"):
-            with self.subTest(name):
-                signal = neo.io.Spike2IO(filename=sample("ced", name)).read_block() \
-                    .segments[0].analogsignals[0]
-                (converted,) = self.converted("ced", name)
-                numpy.testing.assert_allclose(converted[:, 0], signal.rescale("mV").magnitude[:, 0],
-                                              rtol=0, atol=1e-3)
+                expected = read_source(os.path.join(SAMPLES, folder, name))
+                recording = self.convert_one("convert", self.copy_sample(folder, name),
+                                             suffix=suffix)
+                self.assertEqual([s.shape for s in recording.sweeps], [s.shape for s in expected])
+                for got, want in zip(recording.sweeps, expected):
+                    self.assertClose(got, want, atol, rtol)
 
 
 class MixedBatch(ConvoraTestCase):
@@ -106,13 +65,12 @@ class MixedBatch(ConvoraTestCase):
         axograph = b"AxGr" + struct.pack(">hh", 1, 3)
         for title, values in (("Time (s)", (0, 1e-4)), ("I (A)", (1e-11, -1e-11)),
                               ("V (V)", (0.01, -0.01))):
-            axograph += struct.pack(">i", 2) + title.encode().ljust(80) + struct.pack(">2f", *values)
+            axograph += struct.pack(">i80s2f", 2, title.encode().ljust(80), *values)
         self.write("two.axgd", axograph)
         self.write("one.itx", b"IGOR\rWAVES\twave0\rBEGIN\r\t-1e-12\r\t1e-12\rEND\r")
         written = self.convert("--each-from-template", "convert", "--interval", "50",
                                self.path("two.axgd"), self.path("one.itx"))
-        channels = [read_sweeps(path)[0].shape[1] for path in written]
-        self.assertEqual(channels, [2, 1])
+        self.assertEqual([len(read_abf(path).units) for path in written], [2, 1])
 
 
 if __name__ == "__main__":
