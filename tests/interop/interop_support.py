@@ -102,10 +102,13 @@ class ConvoraTestCase(unittest.TestCase):
         """A writable copy of a sample file, in the scratch folder."""
         return shutil.copyfile(os.path.join(SAMPLES, *parts), self.path(parts[-1]))
 
+    def run_convora(self, *args):
+        return subprocess.run([CONVORA, *args], cwd=self.folder, stdin=subprocess.DEVNULL,
+                              capture_output=True, text=True, check=False)
+
     def convert(self, *args):
         """Runs convora; asserts success; returns the written paths."""
-        done = subprocess.run([CONVORA, *args], cwd=self.folder, stdin=subprocess.DEVNULL,
-                              capture_output=True, text=True, check=False)
+        done = self.run_convora(*args)
         self.assertEqual(done.returncode, 0, done.stderr)
         return done.stdout.splitlines()
 

@@ -59,6 +59,21 @@ class RealRecordings(ConvoraTestCase):
                 for got, want in zip(recording.sweeps, expected):
                     self.assertClose(got, want, atol, rtol)
 
+    def test_recordings_with_nothing_to_convert_are_refused_by_name(self):
+        cases = [  # folder, name, what the error must say
+            ("ced", "neo_Burst_Data_as_Events.smr", "only events or markers"),
+            ("ibw", "igor2_win-textWave.ibw", "text wave"),
+            ("ibw", "igor2_win-zeroPointWave.ibw", "no points"),
+            ("strathclyde", "myokit_wcp-file-empty.wcp", "no records"),
+        ]
+        for folder, name, why in cases:
+            with self.subTest(name):
+                source = self.copy_sample(folder, name)
+                done = self.run_convora("convert", source)
+                self.assertEqual((done.returncode, done.stdout), (1, ""))
+                self.assertRegex(done.stderr, f"^error: {source}: .*{why}")
+                self.assertFalse(os.path.exists(os.path.splitext(source)[0] + ".ABF"))
+
 
 class MixedBatch(ConvoraTestCase):
     def test_each_file_from_the_template_keeps_its_own_channel_count(self):
