@@ -106,6 +106,66 @@ def write_igor_text(name, size):
         out.write(b"END\r")
 
 
+def write_igor5(name, size):
+    """A version 5 wave of float32 points (Technical Note 003: BinHeader5, WaveHeader5, data)."""
+    points = size // 4
+    head = bytearray(384)
+    struct.pack_into("<hhi", head, 0, 5, 0, 320 + 4 * points)
+    struct.pack_into("<ih", head, 64 + 12, points, 2)
+    head[64 + 28:64 + 33] = b"trace"
+    struct.pack_into("<i", head, 64 + 68, points)
+    struct.pack_into("<d", head, 64 + 84, 1e-4)
+    head[64 + 148:64 + 156] = b"pA\0\0s\0\0\0"
+    with open(path(name), "wb") as out:
+        out.write(bytes(head))
+        write_chunks(out, size, "<f4")
+
+
+def write_pulse_text(name, size):
+    """A PC Igor text export (CR LF) of one wave, its scale in an X SetScale line."""
+    rng = numpy.random.default_rng(8)
+    with open(path(name), "wb") as out:
+        out.write(b"IGOR\r\nWAVES/D Pulse_1_1_1_1\r\nBEGIN\r\n")
+        written = 0
+        while written < size:
+            text = "".join(f"\t{v:.6g}\r\n" for v in rng.standard_normal(MIB) * 1e-11).encode()
+            out.write(text)
+            written += len(text)
+        out.write(b'END\r\nX SetScale/P x 0,0.0001,"s", Pulse_1_1_1_1\r\n')
+
+
+def write_abf2(name, size):
+    """A gap-free ABF 2 file of two int16 channels: header, protocol, ADC and data sections."""
+    scans = size // 4
+    head = bytearray(3 * 512)
+    head[0:4] = b"ABF2"
+    head[4:8] = bytes([0, 0, 6, 2])
+    struct.pack_into("<I", head, 12, 1)
+    for at, block, size_, count in ((76, 1, 512, 1), (92, 2, 128, 2), (236, 3, 2, 2 * scans)):
+        struct.pack_into("<iiq", head, at, block, size_, count)
+    struct.pack_into("<hf", head, 512, 3, 50.0)
+    struct.pack_into("<f", head, 512 + 110, 10.0)
+    struct.pack_into("<i", head, 512 + 118, 32768)
+    for k in range(2):
+        at = 1024 + 128 * k
+        struct.pack_into("<h", head, at, k)
+        struct.pack_into("<f", head, at + 28, 1.0)
+        struct.pack_into("<ff", head, at + 40, 0.01, 0.0)
+        struct.pack_into("<f", head, at + 48, 1.0)
+    with open(path(name), "wb") as out:
+        out.write(bytes(head))
+        write_chunks(out, size, "<i2")
+
+
+def write_chunks(out, size, dtype):
+    rng = numpy.random.default_rng(9)
+    for _ in range(size // (16 * MIB)):
+        if dtype == "<i2":
+            out.write(rng.integers(-32768, 32767, 8 * MIB, dtype=numpy.int16).tobytes())
+        else:
+            out.write((rng.standard_normal(4 * MIB) * 1e-11).astype(dtype).tobytes())
+
+
 def write_cdr(name, records):
     head = bytearray(512)
     struct.pack_into("<h", head, 0, records)
@@ -197,11 +257,19 @@ def main():
         row(f"{name.split('.')[1]} conversion, 256 MiB", t, c, m, 1.5)
         remove(name, stem + ".ABF")
 
-    for name, writer in (("run.EDR", write_edr), ("run.smr", write_smr)):
+    write_pulse_text("pulse.itx", big)
+    t, c, m = timed([CONVORA, "convert", "pulse.itx"], ["pulse.ABF"], "pulse.itx")
+    row("Igor text (PC, Pulse) conversion, 256 MiB", t, c, m, 1.5)
+    remove("pulse.itx", "pulse.ABF")
+
+    for name, writer, goal, output in (("run.EDR", write_edr, 1.5, "run.ABF"),
+                                       ("run.smr", write_smr, 1.5, "run.ABF"),
+                                       ("run.ibw", write_igor5, 1.5, "run.ABF"),
+                                       ("run.abf", write_abf2, 1.2, "run_abf1.ABF")):
         writer(name, gib)
-        t, c, m = timed([CONVORA, "convert", name], ["run.ABF"], name)
-        row(f"{name.split('.')[1]} conversion, 1 GiB", t, c, m, 1.5)
-        remove(name, "run.ABF")
+        t, c, m = timed([CONVORA, "convert", name], [output], name)
+        row(f"{name.split('.')[1]} conversion, 1 GiB", t, c, m, goal)
+        remove(name, output)
 
     # The record count is a 16-bit field: 32767 records of 1 KiB is the largest CDR file.
     write_cdr("run.cdr", 32767 // SCALE)
