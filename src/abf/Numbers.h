@@ -44,6 +44,14 @@ std::optional<double> LeadingNumberIfAny(std::string_view text);
 // is empty or holds anything else.
 std::optional<double> ParseWholeNumber(std::string_view text);
 
+// The nearest integer, halves to even, exactly as nearbyint gives it for any
+// magnitude below 2^51, without a library call: adding and removing 1.5 x 2^52
+// leaves no fraction bits, so the sum itself does the rounding.
+inline double RoundedToEven(double value) {
+  constexpr double kShift = 0x1.8p52;
+  return (value + kShift) - kShift;
+}
+
 // Nearest integer, halves to even; nothing when out of range or not a number.
 // Inline and free of library calls: converters call it once per sample.
 template <typename Int>
@@ -53,11 +61,7 @@ std::optional<Int> RoundTo(double value) {
   // A half below the lowest value rounds up to it (to even); a half above the
   // highest rounds out of range. NaN fails both tests.
   if (!(value >= kLowest && value < kBeyond)) return std::nullopt;
-  // Adding and removing 1.5 x 2^52 leaves no fraction bits, so the sum itself
-  // rounds to the nearest integer, halves to even, exactly as nearbyint does.
-  constexpr double kShift = 0x1.8p52;
-  const double rounded = (value + kShift) - kShift;
-  return static_cast<Int>(rounded);
+  return static_cast<Int>(RoundedToEven(value));
 }
 inline std::optional<std::int16_t> RoundToInt16(double value) { return RoundTo<std::int16_t>(value); }
 inline std::optional<std::int32_t> RoundToInt32(double value) { return RoundTo<std::int32_t>(value); }

@@ -131,10 +131,14 @@ class ColumnReader : public ScanReader {
     const auto columns = static_cast<std::size_t>(wave_.columns);
     const std::size_t scans = out.size() / columns;
     const auto size = static_cast<std::int64_t>(BytesOf(wave_.type));
+    const std::int64_t firstAt = static_cast<std::int64_t>(kHeaderBytes) + first * size;
+    if (columns == 1) {
+      return ReadValues(source_, firstAt, wave_.type, wave_.order, static_cast<std::size_t>(size),
+                        out);
+    }
     column_.resize(scans);
     for (std::size_t c = 0; c < columns; ++c) {
-      const std::int64_t at = static_cast<std::int64_t>(kHeaderBytes) +
-                              (static_cast<std::int64_t>(c) * wave_.rows + first) * size;
+      const std::int64_t at = firstAt + static_cast<std::int64_t>(c) * wave_.rows * size;
       ReadValues(source_, at, wave_.type, wave_.order, static_cast<std::size_t>(size), column_);
       for (std::size_t s = 0; s < scans; ++s) out[s * columns + c] = column_[s];
     }

@@ -131,12 +131,50 @@ ChannelStorage StorageFor(const RecordedChannel& channel, std::size_t index,
   return storage;
 }
 
-std::int16_t CountOf(const ChannelStorage& storage, double stored) {
-  if (storage.keepsCounts) return static_cast<std::int16_t>(stored + storage.shift);
-  const double value = stored * storage.scale + storage.offset;
-  // Within 16 bits by the choice of the factor: the peak maps to 16384.
-  return *RoundToInt16(value * kAdcResolution * static_cast<double>(storage.scaleFactor) /
-                       kAdcRange);
+// One channel's values of a stretch of `scans` interleaved scans: a view of
+// them where they stand alone, else gathered into `column`.
+std::span<const double> ChannelValues(std::span<const double> values, std::int64_t scans,
+                                      std::size_t channels, std::size_t channel,
+                                      std::vector<double>& column) {
+  const auto count = static_cast<std::size_t>(scans);
+  if (channels == 1) return values.first(count);
+  column.resize(count);
+  for (std::size_t s = 0; s < count; ++s) column[s] = values[s * channels + channel];
+  return column;
+}
+
+bool AllFinite(std::span<const double> values) {
+  bool finite = true;
+  for (const double value : values) finite &= std::fabs(value) <= std::numeric_limits<double>::max();
+  return finite;
+}
+
+// Stores `values` as counts into every `stride`-th slot of `room`; false,
+// with some stored, when a value lies outside [low, high].
+bool StoreCounts(const ChannelStorage& storage, std::span<const double> values, double low,
+                 double high, std::span<std::int16_t> room, std::size_t stride) {
+  bool inside = true;
+  if (storage.keepsCounts) {
+    for (std::size_t s = 0; s < values.size(); ++s) {
+      const double value = values[s];
+      const bool fits = value >= low && value <= high;
+      inside &= fits;
+      room[s * stride] = static_cast<std::int16_t>((fits ? value : low) + storage.shift);
+    }
+    return inside;
+  }
+  // Within 16 bits by the choice of the factor: the peak maps to 16384, and a
+  // value outside the extremes is replaced before it is scaled.
+  const double factor = static_cast<double>(storage.scaleFactor);
+  for (std::size_t s = 0; s < values.size(); ++s) {
+    const double value = values[s];
+    const bool fits = value >= low && value <= high;
+    inside &= fits;
+    const double scaled = (fits ? value : low) * storage.scale + storage.offset;
+    room[s * stride] =
+        static_cast<std::int16_t>(RoundedToEven(scaled * kAdcResolution * factor / kAdcRange));
+  }
+  return inside;
 }
 
 void SetHeader(AbfHeader& h, const Recording& recording,
@@ -255,20 +293,16 @@ std::filesystem::path WriteRecording(Workbench& bench, const Recording& recordin
   }
   if (storage.empty() || std::any_of(storage.begin(), storage.end(),
                                      [](const ChannelStorage& c) { return !c.keepsCounts; })) {
+    std::vector<double> column;
     ForEachStretch(recording, reader, [&](std::span<const double> values, std::int64_t scans) {
-      for (std::int64_t s = 0; s < scans; ++s) {
-        for (std::size_t c = 0; c < kept; ++c) {
-          const double value = values[static_cast<std::size_t>(s) * channels + c];
-          if (!std::isfinite(value)) {
-            throw ConvoraError(ChannelLabel(recording.channels[c], c) +
-                               " holds a value that is not a finite number");
-          }
-          if (extremes[c]) {
-            extremes[c]->Add(value);
-          } else {
-            extremes[c].emplace(value);
-          }
+      for (std::size_t c = 0; c < kept; ++c) {
+        const std::span<const double> own = ChannelValues(values, scans, channels, c, column);
+        if (!AllFinite(own)) {
+          throw ConvoraError(ChannelLabel(recording.channels[c], c) +
+                             " holds a value that is not a finite number");
         }
+        if (!extremes[c]) extremes[c].emplace(own.front());
+        extremes[c]->Add(own);
       }
     });
     storage = storageOf();
@@ -305,19 +339,19 @@ std::filesystem::path WriteRecording(Workbench& bench, const Recording& recordin
           WriteStoredCounts(recording, reader, out);
         } else {
           BatchedSamples counts(out);
+          std::vector<double> column;
           ForEachStretch(
               recording, reader, [&](std::span<const double> values, std::int64_t scans) {
                 const std::span<std::int16_t> room =
                     counts.Next(static_cast<std::size_t>(scans) * kept);
-                for (std::int64_t s = 0; s < scans; ++s) {
-                  for (std::size_t c = 0; c < kept; ++c) {
-                    const double value = values[static_cast<std::size_t>(s) * channels + c];
-                    // A value beyond what the first pass saw (or, read once, beyond
-                    // 16 bits): the source changed under us.
-                    const double low = extremes[c] ? extremes[c]->Minimum() : -32768.0;
-                    const double high = extremes[c] ? extremes[c]->Maximum() : 32767.0;
-                    if (!(value >= low && value <= high)) throw SourceChangedError();
-                    room[static_cast<std::size_t>(s) * kept + c] = CountOf(storage[c], value);
+                for (std::size_t c = 0; c < kept; ++c) {
+                  // A value beyond what the first pass saw (or, read once, beyond
+                  // 16 bits): the source changed under us.
+                  const double low = extremes[c] ? extremes[c]->Minimum() : -32768.0;
+                  const double high = extremes[c] ? extremes[c]->Maximum() : 32767.0;
+                  if (!StoreCounts(storage[c], ChannelValues(values, scans, channels, c, column),
+                                   low, high, room.subspan(c), kept)) {
+                    throw SourceChangedError();
                   }
                 }
               });

@@ -132,7 +132,10 @@ void DecodeValues(std::span<const std::uint8_t> bytes, StoredType type, ByteOrde
 void ReadValues(SourceFile& source, std::int64_t offset, StoredType type, ByteOrder order,
                 std::size_t stride, std::span<double> out) {
   if (out.empty()) return;
-  std::vector<std::uint8_t> bytes((out.size() - 1) * stride + BytesOf(type));
+  // Kept between calls: converters read stretch after stretch, and a fresh
+  // buffer would be cleared each time only to be overwritten.
+  thread_local std::vector<std::uint8_t> bytes;
+  bytes.resize((out.size() - 1) * stride + BytesOf(type));
   source.ReadPadded(offset, bytes);
   DecodeValues(bytes, type, order, stride, out);
 }
