@@ -41,6 +41,9 @@ TEST(ToolCli, EditsInPlaceAndReportsWhatCannotBeDone) {
   EXPECT_EQ(edited.out, (dir / "a.abf").string() + "\n");
   EXPECT_EQ(HeaderOf(ReadFile(dir / "a.abf")).Get(abf::sADCUnits, 0), "mV      ");
 
+  // A number with its unit is read; text without a number is refused.
+  EXPECT_EQ(Convora(dir, "set-interval --interval 50us a.abf").status, 0);
+  EXPECT_EQ(HeaderOf(ReadFile(dir / "a.abf")).Get(abf::fADCSampleInterval), 50.0f);
   const Bytes before = ReadFile(dir / "a.abf");
   const Outcome refused = Convora(dir, "set-interval --interval fast a.abf");
   EXPECT_EQ(refused.status, 1);
@@ -50,6 +53,27 @@ TEST(ToolCli, EditsInPlaceAndReportsWhatCannotBeDone) {
 
   EXPECT_EQ(Convora(dir, "downscale --output scaled.abf a.abf").out,
             (dir / "scaled.abf").string() + "\n");
+}
+
+// A channel beyond the file's count is edited with a notice while its slot of
+// the sampling sequence names a channel, and refused once it names none.
+TEST(ToolCli, SetUnitBeyondTheChannelCountFollowsTheSamplingSequence) {
+  TempDir dir;
+  AbfHeader header = PlainAbfHeader(2);
+  header.Set(abf::lActualAcqLength, 4);
+  WriteFile(dir / "two.abf", AbfBytes(header, Ramp(4)));
+  const Outcome beyond = Convora(dir, "set-unit --channel 3 --unit mV two.abf");
+  EXPECT_EQ(beyond.status, 0);
+  EXPECT_TRUE(HasLine(beyond.err, "notice: " + (dir / "two.abf").string() +
+                                      ": channel 3 is beyond this file's 2 channels;"));
+  header.Set(abf::nADCSamplingSeq, 2, std::int16_t{-1});
+  WriteFile(dir / "two.abf", AbfBytes(header, Ramp(4)));
+  const Bytes unused = ReadFile(dir / "two.abf");
+  const Outcome third = Convora(dir, "set-unit --channel 3 --unit mV two.abf");
+  EXPECT_EQ(third.status, 1);
+  EXPECT_TRUE(HasLine(third.err, "error: " + (dir / "two.abf").string() +
+                                     ": channel number \"3\": this file has 2 channels\n"));
+  EXPECT_EQ(ReadFile(dir / "two.abf"), unused);
 }
 
 TEST(ToolCli, AFilterStopEndsTheRunAndNamesTheFilesLeft) {

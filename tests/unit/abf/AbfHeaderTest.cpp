@@ -9,7 +9,7 @@
 namespace convora {
 namespace {
 
-TEST(AbfHeader, FieldsSitAtTheirOffsetsLittleEndian) {
+TEST(AbfHeader, FieldsSitAtTheirOffsetsLittleEndianAndWithinTheirWidth) {
   AbfHeader h;
   h.Set(abf::lActualAcqLength, 0x01020304);
   h.Set(abf::nADCNumChannels, std::int16_t{-2});
@@ -24,20 +24,13 @@ TEST(AbfHeader, FieldsSitAtTheirOffsetsLittleEndian) {
   EXPECT_EQ(b[922 + 3 * 4 + 3], 0xc0);
   EXPECT_EQ(h.Get(abf::lActualAcqLength), 0x01020304);
   EXPECT_EQ(h.Get(abf::fInstrumentScaleFactor, 3), -2.0f);
-}
-
-TEST(AbfHeader, TextIsCutOrBlankPaddedToItsWidth) {
-  AbfHeader h;
+  // Text is cut or blank-padded to its width; an index beyond the table is refused.
   h.Set(abf::sADCUnits, 0, "pA");
   h.Set(abf::sADCUnits, 1, "microvolts");
   EXPECT_EQ(h.Get(abf::sADCUnits, 0), "pA      ");
   EXPECT_EQ(h.Get(abf::sADCUnits, 1), "microvol");
   EXPECT_EQ(h.Bytes()[602 + 8], 'm');
   EXPECT_EQ(h.Bytes()[602 + 16], 0);  // the next entry is untouched
-}
-
-TEST(AbfHeader, ArrayIndexBeyondTheTableIsRefused) {
-  AbfHeader h;
   EXPECT_THROW(h.Set(abf::fInstrumentScaleFactor, 16, 1.0f), std::out_of_range);
   EXPECT_THROW(h.Get(abf::sADCUnits, 16), std::out_of_range);
 }
@@ -52,18 +45,15 @@ TEST(AbfHeader, SignatureTestWantsExactlyAbfAndABlank) {
   EXPECT_FALSE(IsAbfFile(h));
 }
 
-TEST(TemplateFile, UntouchedBytesTravelFromTheFileUnchanged) {
+// Untouched bytes travel from the file unchanged; a short file is zero-filled.
+TEST(TemplateFile, LoadsEveryByteAndMissingOrFolderMeansNoTemplate) {
   test::TempDir dir;
   test::Bytes image(ABF_HEADER_BYTES);
   for (std::size_t i = 0; i < image.size(); ++i) image[i] = static_cast<std::uint8_t>(i * 7 + 3);
   test::WriteFile(dir / "t.dat", image);
-  const auto loaded = LoadTemplateHeader(dir / "t.dat");
-  ASSERT_TRUE(loaded);
-  EXPECT_TRUE(std::equal(image.begin(), image.end(), loaded->Bytes().begin()));
-}
-
-TEST(TemplateFile, MissingOrFolderMeansNoTemplateAndShortFileIsZeroFilled) {
-  test::TempDir dir;
+  const auto whole = LoadTemplateHeader(dir / "t.dat");
+  ASSERT_TRUE(whole);
+  EXPECT_TRUE(std::equal(image.begin(), image.end(), whole->Bytes().begin()));
   EXPECT_FALSE(LoadTemplateHeader(dir / "SamplABF.dat"));
   EXPECT_FALSE(LoadTemplateHeader(dir.Path()));
   test::WriteFile(dir / "short.dat", {'A', 'B', 'F', ' ', 9});

@@ -32,19 +32,6 @@ TEST(WriteAbfFile, RefusesToWriteOverItsOwnSource) {
   EXPECT_EQ(test::ReadFile(dir / "cell.ABF"), test::Bytes(100, 1));
 }
 
-TEST(CopyBytes, SwapsPairsAndPadsPastTheEndWithZeros) {
-  test::TempDir dir;
-  test::WriteFile(dir / "src", {1, 2, 3, 4, 5});
-  {
-    SourceFile source(dir / "src");
-    OutputFile file(dir / "dst");
-    DataSectionWriter writer(file, 0);
-    CopyBytes(source, 1, 6, writer, true);
-    file.Close();
-  }
-  EXPECT_EQ(test::ReadFile(dir / "dst"), (test::Bytes{3, 2, 5, 4, 0, 0}));
-}
-
 // Copied from a mapping of the source, at one place in a page at both ends or
 // not, in one run or in runs on several threads (64 MiB is two runs on a
 // machine with two cores), or through a buffer with pairs swapped, and read

@@ -15,13 +15,18 @@ std::vector<std::int16_t> Filter(const std::vector<std::int16_t>& input, float f
   return output;
 }
 
-TEST(GaussianFilter, NarrowKernelHasExactlyThreeTaps) {
+TEST(GaussianFilter, NarrowKernelHasExactlyThreeTapsTruncatedAtTheEnds) {
   // fc 0.5: sigma = 0.132505 / 0.5 = 0.26501 < 0.62, so a(2) = sigma^2 / 2 =
   // 0.0351151 and a(1) = 1 - 2 a(2) = 0.929770. An impulse of 10000 spreads
   // to 351.15 and 9297.70 and no further.
   std::vector<std::int16_t> impulse(7, 0);
   impulse[3] = 10000;
   EXPECT_EQ(Filter(impulse, 0.5f), (std::vector<std::int16_t>{0, 0, 351, 9298, 351, 0, 0}));
+  // A constant stays inside; the first output lacks the left weight, 1000 x (1 - a(2)) = 964.88.
+  const auto flat = Filter(std::vector<std::int16_t>(40, 1000), 0.5f);
+  EXPECT_EQ(flat.front(), 965);
+  EXPECT_EQ(flat.back(), 965);
+  EXPECT_EQ(flat[20], 1000);
 }
 
 TEST(GaussianFilter, WideKernelStopsAtFiftyThreeSamplesEachSide) {
@@ -35,15 +40,6 @@ TEST(GaussianFilter, WideKernelStopsAtFiftyThreeSamplesEachSide) {
   EXPECT_EQ(out[150 + 53], 100);
   EXPECT_EQ(out[150 - 54], 0);
   EXPECT_EQ(out[150 + 54], 0);
-}
-
-TEST(GaussianFilter, ConstantStaysInsideAndIsAttenuatedAtTheTruncatedEnds) {
-  const std::vector<std::int16_t> flat(40, 1000);
-  // Narrow kernel: the first output lacks the left weight, 1000 x (1 - a(2)) = 964.88.
-  auto narrow = Filter(flat, 0.5f);
-  EXPECT_EQ(narrow.front(), 965);
-  EXPECT_EQ(narrow.back(), 965);
-  EXPECT_EQ(narrow[20], 1000);
 }
 
 TEST(GaussianFilter, ZeroCutOffStopsWithoutTouchingTheOutput) {

@@ -98,7 +98,7 @@ class SampleKernels : public testing::Test {};
 using ValueTypes = testing::Types<float, double>;
 TYPED_TEST_SUITE(SampleKernels, ValueTypes);
 
-TYPED_TEST(SampleKernels, CountsEqualTheOneValueScalingAtEveryLengthAndAlignment) {
+TYPED_TEST(SampleKernels, CountsEqualTheOneValueScalingAtEveryLengthAlignmentAndUnit) {
   ForEveryLaneSet([&] {
     const auto values = Awkward<TypeParam>(1031, 20000.0);
     for (const float factor : {1.0f, 0.37f, 1e-30f}) {
@@ -110,14 +110,10 @@ TYPED_TEST(SampleKernels, CountsEqualTheOneValueScalingAtEveryLengthAndAlignment
         }
       }
     }
-  });
-}
-
-TYPED_TEST(SampleKernels, CountsInAnotherUnitEqualMultiplyingFirst) {
-  ForEveryLaneSet([&] {
-    auto values = Awkward<TypeParam>(1031, 3e-9);
-    values[500] = TypeParam(3.5e26);  // its product overflows a float, and then does not fit
-    ExpectCountsMatchOneByOne<TypeParam>(values, ScalerWith(1e-3f), 1e12);
+    // In another unit: the same as multiplying first.
+    auto small = Awkward<TypeParam>(1031, 3e-9);
+    small[500] = TypeParam(3.5e26);  // its product overflows a float, and then does not fit
+    ExpectCountsMatchOneByOne<TypeParam>(small, ScalerWith(1e-3f), 1e12);
   });
 }
 
@@ -191,7 +187,7 @@ TYPED_TEST(SampleKernels, ANegativeNaNIsFoundAtAnyPlaceAndNothingElseCounts) {
   });
 }
 
-TEST(SampleKernels, MultiplyingStopsAtTheFirstFiniteValueWhoseProductOverflows) {
+TEST(SampleKernels, MultiplyingRoundsToTheTypeAndStopsAtTheFirstFiniteProductThatOverflows) {
   ForEveryLaneSet([&] {
     std::vector<float> singles(21, 1.0f);
     singles[13] = std::numeric_limits<float>::infinity();  // already infinite: not an overflow
@@ -208,11 +204,8 @@ TEST(SampleKernels, MultiplyingStopsAtTheFirstFiniteValueWhoseProductOverflows) 
     doubles[8] = 1e300;
     EXPECT_EQ(MultiplyWithinRange(std::span(doubles).first(8), 1e12), 8u);
     EXPECT_EQ(MultiplyWithinRange(std::span(doubles).last(1), 1e12), 0u);
-  });
-}
 
-TEST(SampleKernels, MultiplyingRoundsEveryProductToTheValuesType) {
-  ForEveryLaneSet([&] {
+    // Every product is rounded to the values' type.
     const auto values = Awkward<float>(257, 1e-9);
     std::vector<float> multiplied = values;
     ASSERT_EQ(MultiplyWithinRange(multiplied, 1e12), multiplied.size());

@@ -88,6 +88,7 @@ TEST(AnyAscii, RefusalsEndWithAReasonAndWriteNothing) {
     std::string columns;
     std::string interval;
     std::string reason;
+    std::string timeColumn = "0";
   };
   // clang-format off
   for (const Refusal& r : {
@@ -99,27 +100,19 @@ TEST(AnyAscii, RefusalsEndWithAReasonAndWriteNothing) {
     Refusal{"empty", "\n  \n", "1", "10", "no data rows"},
     Refusal{"no_interval", "1\n", "1", "0", "sample interval \"0\" is not a positive number"},
     Refusal{"seventeen", "1\n", "1-17", "10", "17 channels"},
-    Refusal{"column_list", "1\n", "one", "10", "the column list \"one\""}}) {
+    Refusal{"column_list", "1\n", "one", "10", "the column list \"one\""},
+    Refusal{"time_stands_still", "5,1\n5,2\n", "2", "10", "the time column does not increase", "1"}}) {
     // clang-format on
     SCOPED_TRACE(r.name);
     BenchFixture f;
     AsciiSettings settings;
     settings.columns = r.columns;
     settings.sampleInterval = r.interval;
+    settings.timeColumn = r.timeColumn;
     ExpectError(
         f, [&](Workbench& bench) { ConvertAnyAscii(bench, settings); }, "bad.txt",
         TextBytes(r.text), r.reason);
   }
-}
-
-TEST(AnyAscii, TimeColumnThatDoesNotAdvanceIsRefused) {
-  BenchFixture f;
-  AsciiSettings settings;
-  settings.columns = "2";
-  settings.timeColumn = "1";
-  ExpectError(
-      f, [&](Workbench& bench) { ConvertAnyAscii(bench, settings); }, "t.txt",
-      TextBytes("5,1\n5,2\n"), "the time column does not increase");
 }
 
 }  // namespace

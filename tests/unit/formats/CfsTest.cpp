@@ -73,9 +73,7 @@ std::vector<std::uint8_t> Interleaved(std::initializer_list<std::int16_t> values
 struct CfsTest : testing::Test {
   test::BenchFixture f;
   test::Bytes Convert(const test::Bytes& bytes) {
-    f.Select("rec.cfs", bytes);
-    ConvertCFS(f.bench);
-    return test::ReadFile(f.dir / "rec.ABF");
+    return test::Converted(f, ConvertCFS, "rec.cfs", bytes);
   }
 };
 

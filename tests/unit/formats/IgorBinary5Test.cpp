@@ -55,9 +55,7 @@ test::Bytes Make(const Wave& w) {
 struct IgorBinary5Test : testing::Test {
   test::BenchFixture f;
   test::Bytes Convert(const Wave& wave) {
-    f.Select("cell.ibw", Make(wave));
-    ConvertIgor5(f.bench);
-    return test::ReadFile(f.dir / "cell.ABF");
+    return test::Converted(f, ConvertIgor5, "cell.ibw", Make(wave));
   }
 };
 

@@ -1,0 +1,138 @@
+"""Sources built here (and one real ATF), converted and read back by all three readers, the
+WAV export by Python's own wave module: raw binary, WAV, Axograph, CDR, Igor binary and text,
+ASCII tables."""
+
+import os
+import struct
+import wave
+
+from interop_support import (HAVE_SAMPLES, SAMPLES, ConvoraTestCase, float32, main, numpy,
+                             one_count)
+
+
+def real_atf():
+    """A three-sweep recording and its sweeps: columns time, then (pA, A) for each sweep,
+    A being stored as pA; nothing without the samples folder."""
+    if not HAVE_SAMPLES:
+        return None, None
+    with open(os.path.join(SAMPLES, "atf", "pyABF_18702001-step.atf"), "rb") as source:
+        data = source.read()
+    table = numpy.loadtxt(data.decode().splitlines(), skiprows=11)
+    return data, [[table[:, 1 + 2 * s], table[:, 2 + 2 * s] * 1e12] for s in range(3)]
+
+
+class ConverterReadBack(ConvoraTestCase):
+    def test_raw_binary_comes_back_in_the_chosen_unit_and_scale(self):
+        counts, floats = [0, 1, -1, 1000, -32768, 32767, 12345], [0.0, 0.5, -1.25, 2.0, -2.0, 1.999]
+        pairs = [(100, -100), (200, -200), (300, -300)]
+        count = 2.0 / 16384  # one count of the floats, each of them stored one count low
+        # physical = count x range / (resolution x scale factor); 25 us between interleaved
+        # samples is 50 us per channel; the second channel keeps the template's scale 1.0.
+        for name, data, options, units, rate_hz, columns, tolerance in (
+                ("cell.dat", struct.pack("<7h", *counts),
+                 ["--interval", "50", "--unit", "mV", "--scale", "0.01"], ["mV"], 20000.0,
+                 [[c * 10 / (32768 * 0.01) for c in counts]], 1e-4),
+                ("trace.bin", struct.pack("<6f", *floats), ["--float", "--interval", "100",
+                 "--unit", "pA"], ["pA"], 10000.0, [[v - count for v in floats]], count / 2),
+                ("pair.dat", struct.pack("<6h", *sum(pairs, ())), ["--channels", "2", "--interval",
+                 "25"], ["pA", "pA"], 20000.0, [[a * 10 / (32768 * 0.001) for a, _ in pairs],
+                                                 [b * 10 / 32768 for _, b in pairs]], 1e-4)):
+            with self.subTest(name):
+                recording = self.convert_one("binary", self.write(name, data), *options)
+                self.assertEqual((recording.units, recording.rate_hz), (units, rate_hz))
+                self.assertClose(recording.sweeps, [numpy.column_stack(columns)], tolerance)
+
+    def test_wav_keeps_samples_rate_and_channels(self):
+        data = struct.pack("<6h", 1, -1, 1000, -1000, 32767, -32768)  # three frames of two
+        source = self.write("song.raw", b"\xff" * 16 + data)  # behind a block to skip
+        written = self.convert("wav", "--byte-offset", "16", "--interval", "125", "--channels", "2",
+                               source)
+        self.assertEqual(written, [self.path("song.wav")])
+        with wave.open(written[0], "rb") as song:
+            self.assertEqual((song.getnchannels(), song.getsampwidth(), song.getframerate(),
+                              song.getnframes()), (2, 2, 8000, 3))
+            self.assertEqual(song.readframes(3), data)
+
+    def test_axograph_columns_come_back_in_millivolts_and_picoamperes(self):
+        volts, amperes = [-0.004, 0.008, 0.002, 0.0], [1e-11, -2e-11, 2e-11, 5e-12]
+        # Version 1: a time column, then one column per signal, big-endian.
+        data = b"AxGr" + struct.pack(">hh", 1, 3)
+        for title, values in (("Time (s)", [i * 1e-4 for i in range(4)]), ("Vm (V)", volts),
+                              ("Im (A)", amperes)):
+            data += struct.pack(">i", 4) + title.encode("ascii").ljust(80, b" ")
+            data += struct.pack(">4f", *values)
+        # The time step is the per-channel interval. Ranges are the smaller extremes:
+        # 4 mV (8 mV then lands at full scale) and 20 pA.
+        columns = [[float32(v) * 1000 for v in volts], [float32(a) * 1e12 for a in amperes]]
+        self.assertStored(self.convert_one("convert", self.write("cell.axg", data)), ["mV", "pA"],
+                          10000.0, [columns], [one_count(4), one_count(20)])
+
+    def test_cdr_counts_come_back_times_the_calibration(self):
+        counts = [(i * 37) % 4001 - 2000 for i in range(3 * 512)]
+        # A 512-byte header (records of 512 counts, duration, 0.1 ms interval, 0.25 units per
+        # count, 5 V range, unit, resolution 2048) and ten spare bytes that keep the length
+        # off every multiple another format is recognised by.
+        header = bytearray(512)
+        struct.pack_into("<hxxf", header, 0, len(counts) // 512, len(counts) * 0.1 / 1000)
+        struct.pack_into("<fff2s10xh", header, 98, 0.1, 0.25, 5.0, b"mV", 2048)
+        header[168:172] = b"CDR "
+        data = bytes(header) + struct.pack(f"<{len(counts)}h", *counts) + b"\x55" * 10
+        recording = self.convert_one("convert", self.write("rec.cdr", data))
+        self.assertEqual((recording.units, recording.rate_hz), (["mV"], 10000.0))  # 0.1 ms
+        # The scale factor 5 / (2048 x 0.25) makes a count worth exactly 0.25 mV.
+        self.assertClose(recording.sweeps, [[[c * 0.25] for c in counts]], 1e-6)
+
+    def test_igor_binary_macintosh_doubles_in_amperes_come_back_as_picoamperes(self):
+        amperes = [-1e-11, 2e-11, 5e-12, 1.5e-11]
+        # Big-endian version-2 wave of doubles: file header, wave header from byte 16
+        # (type, unit, point count, x step), values from byte 126.
+        head = struct.pack(">h14xh32x4s4xihd", 2, 4, b"A", len(amperes), 0, 5e-5).ljust(126, b"\0")
+        source = self.write("wave.ibw", head + struct.pack(f">{len(amperes)}d", *amperes))
+        # |max| 20 > |min| 10: the reference is 1000 pA whatever the data.
+        self.assertStored(self.convert_one("convert", source), ["pA"], 20000.0,
+                          [[[a * 1e12 for a in amperes]]], [one_count(1000)])
+
+    def test_igor_text_amperes_come_back_as_picoamperes_within_one_count(self):
+        amperes = [-5e-12, 8e-12, 1e-12, 0.0, -1.234e-12]
+        # As written on a Macintosh: CR line ends, a tab before each value.
+        lines = ["IGOR", "WAVES\twave0", "BEGIN"] + [f"\t{v!r}" for v in amperes]
+        lines += ["END", 'X SetScale/P x 0,0.0001,"s", wave0; SetScale d 0,0,"A", wave0', ""]
+        source = self.write("wave.itx", "\r".join(lines).encode("ascii"))
+        # Extremes -5 and 8 pA: the range is the smaller, 5 pA, so 8 pA passes half scale;
+        # the file's range is 10.0 against the 10.24 of the scale factor.
+        self.assertStored(self.convert_one("convert", source, "--interval", "20"), ["pA"], 50000.0,
+                          [[[a * 1e12 for a in amperes]]], [one_count(5, adc_range=10.0)])
+
+    def test_ascii_tables_come_back_sweep_by_sweep_in_their_units(self):
+        a, b = [0.5, -1.25, 2.0, 0.0], [10.0, 20.0, -30.0, 5.5]
+        ratio, intensity = [1.2, 0.8, 1.6], [1500.0, 1800.0, 900.0]
+        current, volts = [[1.0, 2.0, 3.0], [-4.0, 0.5, 0.25]], [[0.01, 0.02, -0.01],
+                                                                 [0.0, 0.005, 0.015]]
+        step, step_sweeps = real_atf()
+        csv = "Time,A,B\n" + "".join(f"{i * 0.002},{x},{y}\n" for i, (x, y) in enumerate(zip(a, b)))
+        # Two sweeps of (pA, V) 0.1 ms apart, with CR LF line ends.
+        atf = ["ATF\t1.0", "0\t5",
+               '"Time (s)"\t"Trace #1 (pA)"\t"Trace #1 (V)"\t"Trace #2 (pA)"\t"Trace #2 (V)"']
+        atf += [f"{i * 1e-4}\t{current[0][i]}\t{volts[0][i]}\t{current[1][i]}\t{volts[1][i]}"
+                for i in range(3)]
+        pti = "PTI\nTime\tRatio\tTime\tD1\n" + "".join(
+            f"{t}\t{r}\t{t}\t{i}\n" for t, r, i in zip([0, 0.25, 0.5], ratio, intensity))
+        cases = [  # command and options, source, units, rate, sweeps of the expected columns
+            (["ascii", "--columns", "2,3", "--header-lines", "1", "--time-column", "1", "--unit",
+              "mV", "--factor", "2"], "table.csv", csv.encode(), ["mV", "mV"], 500.0,
+             [[[2 * v for v in a], [2 * v for v in b]]]),
+            (["atf"], "sweeps.atf", "\r\n".join(atf + [""]).encode(), ["pA", "mV"], 1e4,
+             [[i, [1000 * v for v in u]] for i, u in zip(current, volts)]),
+            (["pti"], "cell.txt", pti.encode(), ["dimensionless"] * 2, 4.0, [[ratio, intensity]]),
+            (["atf"], "step.atf", step, ["pA", "pA"], 2e4, step_sweeps),
+        ]
+        for (command, *options), name, data, units, rate_hz, sweeps in cases:
+            with self.subTest(name):
+                if data is None:
+                    self.skipTest("the samples folder is absent")
+                recording = self.convert_one(command, self.write(name, data), *options)
+                self.assertStored(recording, units, rate_hz, sweeps)
+
+
+if __name__ == "__main__":
+    main()
