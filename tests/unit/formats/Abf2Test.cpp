@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "abf/ConvoraError.h"
 #include "formats/Abf2.h"
 #include "support/ExpectedAbf.h"
@@ -16,6 +18,7 @@ struct Abf2 {
   std::uint8_t compressed = 0;
   std::int32_t episodes = 2;
   std::vector<std::int16_t> counts = {1, -1, 2, -2, 3, -3, 4, -4, 5, -5, 6, -6};
+  std::vector<float> floats;  // the samples instead, for data format 1
   std::int64_t dataEntries = 12;
 };
 
@@ -29,7 +32,7 @@ test::Bytes Make(const Abf2& a) {
   section(76, 1, 512, 1);             // protocol
   section(92, 2, 128, 2);             // ADC
   section(220, 3, 80, 5);             // strings: their bytes, their count
-  section(236, 4, 2, a.dataEntries);  // data
+  section(236, 4, a.floats.empty() ? 2 : 4, a.dataEntries);  // data
   section(252, 5, 64, 1);             // tags
   // Protocol: mode, 50 us per channel, samples per episode 6, range 10, resolution 32768.
   b.PadTo(512).Int16LE(a.mode).FloatLE(50.0f).Raw({a.compressed}).PadTo(512 + 14).FloatLE(0.0f);
@@ -47,7 +50,10 @@ test::Bytes Make(const Abf2& a) {
   b.PadTo(1536).Text("SSCH").PadTo(1536 + 44).Text("Clampex").Zeros(1).Text("Im").Zeros(1);
   b.Text("pA").Zeros(1).Text("Vm").Zeros(1).Text("V").Zeros(1);
   b.PadTo(2048);
-  for (std::int16_t c : a.counts) b.Int16LE(c);
+  for (std::int16_t c : a.counts) {
+    if (a.floats.empty()) b.Int16LE(c);
+  }
+  for (float v : a.floats) b.FloatLE(v);
   b.PadTo(2560).Int32LE(4).Text("drug on", 56, ' ').Int16LE(1).Int16LE(0);
   return b.Get();
 }
@@ -79,6 +85,21 @@ TEST_F(Abf2Test, SweepsChannelsCountsStartAndTagsCarryOver) {
   ASSERT_EQ(h.Get(abf::lNumTagEntries), 1);
   EXPECT_EQ(file[tagAt], 4);
   EXPECT_EQ(std::string(file.begin() + tagAt + 4, file.begin() + tagAt + 11), "drug on");
+}
+
+TEST_F(Abf2Test, FloatSamplesAreScaledToEachChannelsPeak) {
+  // Channel 1 is in volts, stored as millivolts: its peak is 4 mV.
+  const std::vector<float> values = {1.5f, -0.002f, -3.0f, 0.004f, 0.75f, 0.001f,
+                                     0.0f, -0.003f, 2.25f, 0.0005f, -1.0f, 0.0f};
+  const auto file = Convert({.dataFormat = 1, .floats = values});
+  const AbfHeader h = test::HeaderOf(file);
+  const auto counts = test::SamplesOf(file, 12);
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    const std::size_t c = i % 2;
+    const double perCount = 10.0 / 32768 / h.Get(abf::fInstrumentScaleFactor, c);
+    EXPECT_NEAR(counts[i] * perCount, values[i] * (c == 1 ? 1000.0 : 1.0), perCount / 2) << i;
+  }
+  EXPECT_EQ(*std::max_element(counts.begin(), counts.end()), 16384);  // the 4 mV peak
 }
 
 TEST_F(Abf2Test, WhatCannotBeReadIsRefusedByName) {
