@@ -6,9 +6,9 @@ namespace convora {
 
 // Convert SelectedFilePath, an LTP (2.4 to WinLTP 2.32) ASCII sweep file: its
 // one sweep of AD channels into one gap-free file.
-void ConvertLTP(Workbench &bench);
+void ConvertLTP(Workbench& bench);
 
 // "LTP_ASF" from the second character on: the quoted first keyword.
 extern const FormatDescriptor kLtpFormat;
 
-} // namespace convora
+}  // namespace convora
