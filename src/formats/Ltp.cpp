@@ -115,19 +115,20 @@ LtpFile ReadKeywords(SourceFile& source) {
 std::optional<LocalDateTime> StartOf(const LtpFile& file) {
   const Keyword* date = file.Find("DateFileSaved");
   const Keyword* time = file.Find("TimeFileStarted");
+  if (!date || !time) return std::nullopt;
   LocalDateTime start;
-  double second = 0.0;
-  if (!date || !time ||
-      std::sscanf(date->values[0].c_str(), "%4d%2d%2d", &start.year, &start.month, &start.day) !=
-          3 ||
-      std::sscanf(time->values[0].c_str(), "%d:%d:%lf", &start.hour, &start.minute, &second) != 3) {
+  double second = -1.0;
+  const int dayFields =
+      std::sscanf(date->values[0].c_str(), "%4d%2d%2d", &start.year, &start.month, &start.day);
+  const int timeFields =
+      std::sscanf(time->values[0].c_str(), "%d:%d:%lf", &start.hour, &start.minute, &second);
+  if (dayFields != 3 || timeFields != 3 || start.month < 1 || start.month > 12 || start.day < 1 ||
+      start.day > 31 || start.hour < 0 || start.hour > 23 || start.minute < 0 ||
+      start.minute > 59 || !(second >= 0.0 && second < 60.0)) {
     return std::nullopt;
   }
   start.second = static_cast<int>(second);
-  const bool valid = start.month >= 1 && start.month <= 12 && start.day >= 1 && start.day <= 31 &&
-                     start.hour >= 0 && start.hour < 24 && start.minute >= 0 && start.minute < 60 &&
-                     second >= 0.0 && second < 60.0;
-  return valid ? std::optional(start) : std::nullopt;
+  return start;
 }
 
 // The rows, read in order from the first; a pass that starts over reopens them.

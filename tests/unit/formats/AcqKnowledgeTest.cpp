@@ -7,9 +7,11 @@
 // AcqKnowledge files laid out as the maker's Application Note 156 describes
 // them (graph header, channel headers, foreign data, type headers, interleaved
 // samples), with the later revisions' fields where bioread's notes place them:
-// the sample divider at byte 250 of a channel header from revision 38 on, the
-// compressed flag at byte 1936 of the graph header from 41 on. Little-endian,
-// as the PC writes them.
+// the sample divider at byte 250 of a channel header from revision 38 on and
+// at 152 from 61 (4.0) on; the compressed flag at byte 1936 of the graph
+// header from 41 on and at 972 from 61 on; 40 more bytes after the graph
+// header from 124 on; a foreign-data length at byte 8 plus 8 from 61 on, its
+// first int16 plus 8 from 80 on. Little-endian, as the PC writes them.
 
 namespace convora {
 namespace {
@@ -26,17 +28,23 @@ struct Channel {
 test::Bytes Make(const std::vector<Channel>& channels, const std::string& order,
                  const std::vector<double>& values, std::int32_t revision = 36,
                  std::int32_t compressed = 0) {
-  const std::int32_t graphBytes = revision >= 41 ? 1940 : 24;
+  const bool late = revision >= 61;
+  const std::int32_t graphBytes = late ? 976 : revision >= 41 ? 1940 : 24;
   test::ByteBuilder b;
   b.Int16LE(0).Int32LE(revision).Int32LE(graphBytes);
   b.Int16LE(static_cast<std::int16_t>(channels.size())).PadTo(16).DoubleLE(0.5);  // ms per sample
-  if (revision >= 41) b.PadTo(1936).Int32LE(compressed);
+  if (revision >= 41) b.PadTo(graphBytes - 4).Int32LE(compressed);
+  if (revision >= 124) b.Zeros(40);
   for (const Channel& c : channels) {
     const std::size_t at = b.Size();
     b.Int32LE(252).Int16LE(1).Text(c.name, 40).PadTo(at + 68).Text(c.unit, 20);
-    b.Int32LE(c.samples).DoubleLE(c.scale).DoubleLE(0.0).PadTo(at + 250).Int16LE(c.divider);
+    b.Int32LE(c.samples).DoubleLE(c.scale).DoubleLE(0.0);
+    b.PadTo(at + (late ? 152 : 250)).Int16LE(c.divider).PadTo(at + 252);
   }
-  b.Int16LE(6).Zeros(4);  // foreign data: its length, then its bytes
+  // Foreign data of 6, 12 and 8 bytes, as each revision counts them.
+  if (!late) b.Int16LE(6).Zeros(4);
+  if (late && revision < 80) b.Zeros(8).Int32LE(4);
+  if (revision >= 80) b.Zeros(8);
   for (const Channel& c : channels) b.Int16LE(c.type == 1 ? 8 : 2).Int16LE(c.type);
   for (std::size_t i = 0; i < values.size(); ++i) {
     const Channel& c = channels[static_cast<std::size_t>(order[i] - '0')];
@@ -66,10 +74,12 @@ const std::vector<Channel> kDivided = {
 const std::string kDividedOrder = "0120201202";
 const std::vector<double> kDividedValues = {1, 0.5, 10, 2, 20, 3, -0.5, 30, 4, 40};
 
-TEST(AcqKnowledge, ChannelsOfTheFastestRateAreKeptAndTheSlowerNamed) {
+class AcqKnowledgeRevision : public testing::TestWithParam<std::int32_t> {};
+
+TEST_P(AcqKnowledgeRevision, ChannelsOfTheFastestRateAreKeptAndTheSlowerNamed) {
   test::BenchFixture f;
   const auto file = test::Converted(f, ConvertAcqKnowledgeLater, "rec.acq",
-                                    Make(kDivided, kDividedOrder, kDividedValues, 38));
+                                    Make(kDivided, kDividedOrder, kDividedValues, GetParam()));
   const AbfHeader h = test::HeaderOf(file);
   EXPECT_EQ(h.Get(abf::nADCNumChannels), 2);
   EXPECT_EQ(h.Get(abf::fADCSampleInterval), 250.0f);
@@ -80,6 +90,8 @@ TEST(AcqKnowledge, ChannelsOfTheFastestRateAreKeptAndTheSlowerNamed) {
                                      ": not converted, sampled slower than the channels kept: "
                                      "channel 2 (B, sampled every 2 graph samples)"});
 }
+
+INSTANTIATE_TEST_SUITE_P(AcqKnowledge, AcqKnowledgeRevision, testing::Values(38, 45, 70, 100, 132));
 
 TEST(AcqKnowledge, WhatCannotBeReadIsRefusedByName) {
   test::Bytes cut = Make(kDivided, kDividedOrder, kDividedValues, 38);
