@@ -227,6 +227,22 @@ def write_smr(name, size):
                 out.write(samples[c * items:(c + 1) * items].tobytes())
 
 
+def write_acq(name, size):
+    """A PC AcqKnowledge 3.x graph (revision 36) of two int16 channels at 100 kHz."""
+    scans = size // 4
+    head = struct.pack("<hiih", 0, 36, 24, 2).ljust(16, b"\0") + struct.pack("<d", 0.01)
+    for channel, unit in ((b"ECG", b"mV"), (b"Resp", b"V")):
+        header = struct.pack("<ih", 132, 1) + channel.ljust(40, b"\0")
+        header = header.ljust(68, b"\0") + unit.ljust(20, b"\0")
+        head += (header + struct.pack("<idd", scans, 0.001, 0.0)).ljust(132, b"\0")
+    head += struct.pack("<h", 6) + bytes(4) + struct.pack("<hhhh", 2, 2, 2, 2)
+    rng = numpy.random.default_rng(8)
+    with open(path(name), "wb") as out:
+        out.write(head)
+        for _ in range(size // (64 * MIB)):
+            out.write(rng.integers(-32768, 32767, 32 * MIB, dtype=numpy.int16).astype("<i2").tobytes())
+
+
 def row(work, seconds, reference, peak, goal):
     ratio = seconds / reference
     verdict = "ok" if ratio <= goal else "MISSED"
@@ -265,7 +281,8 @@ def main():
     for name, writer, goal, output in (("run.EDR", write_edr, 1.5, "run.ABF"),
                                        ("run.smr", write_smr, 1.5, "run.ABF"),
                                        ("run.ibw", write_igor5, 1.5, "run.ABF"),
-                                       ("run.abf", write_abf2, 1.2, "run_abf1.ABF")):
+                                       ("run.abf", write_abf2, 1.2, "run_abf1.ABF"),
+                                       ("run.acq", write_acq, 1.5, "run.ABF")):
         writer(name, gib)
         t, c, m = timed([CONVORA, "convert", name], [output], name)
         row(f"{name.split('.')[1]} conversion, 1 GiB", t, c, m, goal)

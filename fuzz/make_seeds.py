@@ -94,6 +94,24 @@ def acqknowledge():
     return out + struct.pack(">6h", 1, -1, 200, -200, 30, 0)
 
 
+def acqknowledge_later():
+    """A PC AcqKnowledge 3.7 graph: an int16 channel at the graph's rate, a double at half of it."""
+    out = struct.pack("<hiih", 0, 38, 24, 2).ljust(16, b"\0") + struct.pack("<d", 0.5)
+    for name, count, divider in ((b"ECG", 4, 1), (b"Resp", 2, 2)):
+        head = struct.pack("<ih", 252, 1) + name.ljust(40, b"\0")
+        head = head.ljust(68, b"\0") + b"mV".ljust(20, b"\0") + struct.pack("<idd", count, 0.5, 0)
+        out += head.ljust(250, b"\0") + struct.pack("<h", divider)
+    out += struct.pack("<h", 6) + bytes(4) + struct.pack("<hhhh", 2, 2, 8, 1)
+    return out + struct.pack("<hdhhdh", 1, 0.25, 2, 3, -0.5, 4)
+
+
+def ltp():
+    """An LTP ASCII sweep file of two AD channels."""
+    return (b'"LTP_ASF"  "2.18V"\r\n"NumSamples"  3\r\n"SampleInterval_ms"  0.1\r\n'
+            b'"Rs_NumSamples"  0\r\n"AD_Chs"  "AD0"  "AD1"  "AD0_Rs"  "AD1_Rs"\r\n'
+            b'"AD_DataType"  "mV"  "pA"\r\n\r\n1.5  -2\r\n0.25  200\r\n-7  4.125\r\n')
+
+
 def samples(*names):
     """Real files written by other software, where the samples folder is present."""
     folder = os.environ.get("CONVORA_SAMPLES_DIR",
@@ -122,7 +140,8 @@ SEEDS = {
     "fuzz_abf2": samples("abf/myokit_abf-v2_ABF2.abf"),
     "fuzz_cfs": samples("ced/m0ose01_test_data.cfs"),
     "fuzz_strathclyde": samples("strathclyde/myokit_wcp-file.wcp"),
-    "fuzz_acqknowledge": {"mac.acq": acqknowledge()},
+    "fuzz_acqknowledge": {"mac.acq": acqknowledge(), "later.acq": acqknowledge_later()},
+    "fuzz_ltp": {"sweep.p0": ltp()},
     "fuzz_spike2": samples("ced/neo_Burst_Data_as_Events.smr"),
 }
 

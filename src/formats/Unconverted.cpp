@@ -97,8 +97,6 @@ const FormatDescriptor kOstrelFormat{"Ostrel's data file",
 const FormatDescriptor kDataQuestFormat{"DataQuest A.R.T files",
     [](const RecognitionInput& in) { return in.ProbeStartsWith("WD"); }, nullptr,
     CONVORA_UNPUBLISHED("a DataQuest A.R.T file")};
-const FormatDescriptor kLtpFormat{"LTP Program Data File (*.p0)",
-    [](const RecognitionInput& in) { return InStrNth(in.Probe(), "LTP_ASF", 1) == 2; }, nullptr};
 // clang-format on
 #undef CONVORA_UNPUBLISHED
 

@@ -19,6 +19,5 @@ extern const FormatDescriptor kLumiraLongFormat;
 extern const FormatDescriptor kBrenlowFormat;
 extern const FormatDescriptor kOstrelFormat;
 extern const FormatDescriptor kDataQuestFormat;
-extern const FormatDescriptor kLtpFormat;
 
 }  // namespace convora

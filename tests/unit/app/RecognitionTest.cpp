@@ -1,5 +1,3 @@
-#include "app/Recognition.h"
-
 #include <gtest/gtest.h>
 
 #include <string>
@@ -7,6 +5,7 @@
 
 #include "abf/ConvoraError.h"
 #include "app/KnownFileDispatch.h"
+#include "app/Recognition.h"
 #include "support/TestSupport.h"
 
 namespace convora {
@@ -120,9 +119,26 @@ INSTANTIATE_TEST_SUITE_P(Recognition, RecognitionRows, testing::Values(
     Case{"CdrThreeOutside",     {},       At(172).Text("3")},
     Case{"CdrAfterAxograph",    {3},      At(0).Text("AxGr").PadTo(168).Text("CDR")},
     Case{"CdrThreeAndLtp",      {26, 27}, At(1).Text("LTP_ASF").PadTo(171).Text("3")},
-    Case{"LtpAtStart",          {},       At(0).Text("LTP_ASF")}),
+    Case{"LtpAtStart",          {},       At(0).Text("LTP_ASF")},
+    // The rows added after the 27: each loses to any earlier match (Brenlow's
+    // length here), and a later AcqKnowledge header must fit in its file.
+    Case{"Abf2",                {28},     At(0).Text("ABF2")},
+    Case{"Abf2AfterBrenlow",    {21},     At(0).Text("ABF2"), 16000},
+    Case{"AcqLaterPc",          {29},     At(2).Int32LE(38).Int32LE(893).Int16LE(1)},
+    Case{"AcqLaterMac",         {29},     At(2).Int32BE(255).Int32BE(24).Int16BE(1)},
+    Case{"AcqLaterPastItsFile", {},       At(2).Int32LE(38).Int32LE(894).Int16LE(1)},
+    Case{"AcqLaterRevision256", {},       At(2).Int32BE(256).Int32BE(24).Int16BE(1)},
+    Case{"AcqLaterNoChannel",   {},       At(2).Int32LE(38).Int32LE(24).Int16LE(0)},
+    Case{"AcqLaterAfterBrenlow",{21},     At(2).Int32LE(38).Int32LE(24).Int16LE(1), 16000}),
     [](const auto& info) { return std::string(info.param.label); });
 // clang-format on
+
+TEST(Recognition, RowsAfterTheFirst27MatchOnlyWhereNoEarlierRowDid) {
+  for (std::size_t row = 27; row < RecognitionTable().size(); ++row) {
+    EXPECT_TRUE(RecognitionTable()[row].onlyWhenNothingEarlierMatched)
+        << RecognitionTable()[row].format->name;
+  }
+}
 
 TEST(Recognition, ZeroRecordLengthOfTheLongIntegerTestIsAnError) {
   // k = -50 gives -50 x 2 + 100 = 0; the remainder is taken even when the
