@@ -193,6 +193,34 @@ def write_edr(name, size):
             out.write(rng.integers(-2048, 2047, 32 * MIB, dtype=numpy.int16).astype("<i2").tobytes())
 
 
+def write_sca(name, size):
+    """A SCAN recording: a 512-byte header of backslash-separated fields, then
+    12-bit counts in int16 words from byte 2048."""
+    blocks = size // 512
+    head = b"DT=0.1\\AD=5\\CU=pA\\BC=0.01\\IZ=3\\NBD=%d\\NF=%d\\NBA=3\\" % (blocks, blocks * 256)
+    rng = numpy.random.default_rng(8)
+    with open(path(name), "wb") as out:
+        out.write(head.ljust(2048, b"\0"))
+        for _ in range(size // (64 * MIB)):
+            out.write(rng.integers(-2048, 2047, 32 * MIB, dtype=numpy.int16).astype("<i2").tobytes())
+
+
+def write_wcp(name, size):
+    """WinWCP records of two channels whose voltage range VMax alternates
+    between records, so that both take the rescaling path: 32 KiB of data a record."""
+    records = size // (33 * 1024)
+    head = ("VER=9\r\nNBH=1024\r\nADCMAX=2047\r\nNC=2\r\nNBA=2\r\nNBD=64\r\nNR=%d\r\n"
+            "NP=8192\r\nDT=0.0001\r\nYU0=pA\r\nYG0=0.001\r\nYU1=mV\r\nYG1=0.01\r\n" % records)
+    rng = numpy.random.default_rng(9)
+    data = rng.integers(-2048, 2047, 16 * 1024, dtype=numpy.int16).astype("<i2").tobytes()
+    with open(path(name), "wb") as out:
+        out.write(head.encode().ljust(1024, b"\0"))
+        for r in range(records):
+            ranges = (10.0, 5.0) if r % 2 == 0 else (5.0, 10.0)
+            block = b"ACCEPTED" + b"TEST" + struct.pack("<3f2f", 1, r, 0.0001, *ranges)
+            out.write(block.ljust(1024, b"\0") + data)
+
+
 def write_smr(name, size):
     """A revision 6 Spike2 file of two int16 waveform channels at 5 us, in
     alternating blocks of 32,000 samples."""
@@ -282,11 +310,17 @@ def main():
                                        ("run.smr", write_smr, 1.5, "run.ABF"),
                                        ("run.ibw", write_igor5, 1.5, "run.ABF"),
                                        ("run.abf", write_abf2, 1.2, "run_abf1.ABF"),
-                                       ("run.acq", write_acq, 1.5, "run.ABF")):
+                                       ("run.acq", write_acq, 1.5, "run.ABF"),
+                                       ("run.SCA", write_sca, 1.5, "run.ABF")):
         writer(name, gib)
         t, c, m = timed([CONVORA, "convert", name], [output], name)
         row(f"{name.split('.')[1]} conversion, 1 GiB", t, c, m, goal)
         remove(name, output)
+
+    write_wcp("run.wcp", big)
+    t, c, m = timed([CONVORA, "convert", "run.wcp"], ["run.ABF"], "run.wcp")
+    row("wcp records of changing range, 256 MiB", t, c, m, 1.5)
+    remove("run.wcp", "run.ABF")
 
     # The record count is a 16-bit field: 32767 records of 1 KiB is the largest CDR file.
     write_cdr("run.cdr", 32767 // SCALE)

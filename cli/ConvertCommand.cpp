@@ -19,12 +19,14 @@ struct ConvertCommand {
   AnswerOptions answers;
   std::unique_ptr<BinaryOptions> binary;
   std::string unknown;  // "yes", "no", or empty when not given
+  bool skipRejected = false;
   std::vector<std::string> files;
 };
 
 void RunConvert(ConvertCommand& state, CommandContext& context) {
   auto bench = context.OpenWorkbench();
   if (!bench) return;
+  bench->SkipRejected = state.skipRejected;
   TerminalPrompter& prompter = context.Prompter();
   // --interval answers the converters' sample-interval questions as well as
   // being the binary settings' interval: both are asked under one key.
@@ -54,6 +56,9 @@ void AddConvertCommand(CLI::App& app, CommandContext& context) {
                    "answer to \"proceed with unknown binary file conversion?\" for files of no "
                    "known format (default: ask on a terminal, else no)")
       ->check(CLI::IsMember({"yes", "no"}));
+  command->add_flag("--skip-rejected", state->skipRejected,
+                    "leave out the records a file marks REJECTED (WinWCP) instead of converting "
+                    "them with the rest");
   command->add_option("FILE", state->files, "source files")->required();
   command->callback([state, &context] { RunConvert(*state, context); });
 }

@@ -39,6 +39,24 @@ def cdr():
     return bytes(head) + struct.pack("<512h", *range(-256, 256))
 
 
+def scan():
+    """A SCAN recording: backslash-separated fields in 512 bytes, 12-bit words from byte 2048."""
+    head = b"DT=0.1\\AD=5\\CU=pA\\BC=0.01\\IZ=3\\NBD=1\\NF=256\\NBA=3\\"
+    return head.ljust(2048, b"\0") + struct.pack("<256h", *[(i * 97) % 4096 - 2048 for i in range(256)])
+
+
+def wcp_records():
+    """A WinWCP file of two records whose voltage range differs, the second REJECTED."""
+    head = (b"VER=9\r\nNBH=1024\r\nADCMAX=2047\r\nNC=2\r\nNBA=1\r\nNBD=1\r\nNR=2\r\n"
+            b"NP=4\r\nDT=0,001\r\nYU0=pA\r\nYG0=0.001\r\nYU1=mV\r\nYG1=0.01\r\nYZ1=5\r\n")
+    out = head.ljust(1024, b"\0")
+    for status, ranges in ((b"ACCEPTED", (10.0, 5.0)), (b"REJECTED", (2.5, 5.0))):
+        block = status + b"TEST" + struct.pack("<3f2f", 1, 0, 0.001, *ranges)
+        out += block.ljust(512, b"\0") + struct.pack("<8h", 1, -2, 300, 400, -2047, 2047, 0, 9)
+        out = out.ljust(len(out) + 512 - 16, b"\0")
+    return out
+
+
 def abf(channels, samples):
     """An ABF 1.x file: header at byte 0, 16-bit samples from block 12."""
     head = bytearray(6144)
@@ -139,7 +157,9 @@ SEEDS = {
     "fuzz_igor_text_waves": {"pulse.itx": pulse_text()},
     "fuzz_abf2": samples("abf/myokit_abf-v2_ABF2.abf"),
     "fuzz_cfs": samples("ced/m0ose01_test_data.cfs"),
-    "fuzz_strathclyde": samples("strathclyde/myokit_wcp-file.wcp"),
+    "fuzz_strathclyde": {**samples("strathclyde/myokit_wcp-file.wcp"),
+                         "records.wcp": wcp_records()},
+    "fuzz_scan": {"rec.SCA": scan()},
     "fuzz_acqknowledge": {"mac.acq": acqknowledge(), "later.acq": acqknowledge_later()},
     "fuzz_ltp": {"sweep.p0": ltp()},
     "fuzz_spike2": samples("ced/neo_Burst_Data_as_Events.smr"),

@@ -110,6 +110,11 @@ QWidget* MainWindow::BuildButtons() {
   fresh->setToolTip("Nothing set by one conversion carries over to the next");
   connect(fresh, &QCheckBox::toggled, this, [this](bool on) { bench_.EachFromTemplate = on; });
   layout->addWidget(fresh);
+  auto* skip = new QCheckBox("Leave out rejected records", panel);
+  skip->setObjectName("SkipRejected");
+  skip->setToolTip("WinWCP records marked REJECTED are not converted");
+  connect(skip, &QCheckBox::toggled, this, [this](bool on) { bench_.SkipRejected = on; });
+  layout->addWidget(skip);
   layout->addStretch();
   return panel;
 }

@@ -10,6 +10,7 @@
 #include "formats/IgorBinary5.h"
 #include "formats/KestrinCdr.h"
 #include "formats/Ltp.h"
+#include "formats/Scan.h"
 #include "formats/Spike2.h"
 #include "formats/Unconverted.h"
 #include "formats/WinEdr.h"

@@ -14,13 +14,14 @@ namespace {
 
 constexpr std::int64_t kLargestHeader = 64 << 10;
 
-std::map<std::string, std::string> Parse(const std::vector<std::uint8_t>& bytes) {
+std::map<std::string, std::string> Parse(const std::vector<std::uint8_t>& bytes,
+                                         std::string_view separators) {
   std::map<std::string, std::string> values;
   const auto end = std::find(bytes.begin(), bytes.end(), std::uint8_t{0});
   const std::string text(bytes.begin(), end);
   std::size_t start = 0;
   while (start < text.size()) {
-    std::size_t stop = text.find_first_of("\r\n", start);
+    std::size_t stop = text.find_first_of(separators, start);
     if (stop == std::string::npos) stop = text.size();
     const std::string line = text.substr(start, stop - start);
     if (const auto equals = line.find('='); equals != std::string::npos) {
@@ -33,16 +34,17 @@ std::map<std::string, std::string> Parse(const std::vector<std::uint8_t>& bytes)
 
 }  // namespace
 
-KeyValueHeader::KeyValueHeader(SourceFile& source, std::int64_t fallbackBytes)
+KeyValueHeader::KeyValueHeader(SourceFile& source, std::int64_t fallbackBytes,
+                               std::string_view separators)
     : bytes_(fallbackBytes) {
-  values_ = Parse(ReadBytes(source, 0, static_cast<std::size_t>(fallbackBytes)));
+  values_ = Parse(ReadBytes(source, 0, static_cast<std::size_t>(fallbackBytes)), separators);
   if (const auto declared = Number("NBH")) {
     if (*declared != std::floor(*declared) || *declared < 1 || *declared > kLargestHeader) {
       throw ConvoraError("the header size NBH (" + *Text("NBH") + ") is not plausible");
     }
     // The header is exactly NBH bytes: what follows is data.
     bytes_ = static_cast<std::int64_t>(*declared);
-    values_ = Parse(ReadBytes(source, 0, static_cast<std::size_t>(bytes_)));
+    values_ = Parse(ReadBytes(source, 0, static_cast<std::size_t>(bytes_)), separators);
   }
   RequireInFile(source, 0, bytes_, "the header (NBH)");
 }

@@ -1,6 +1,7 @@
 #pragma once
-// The text headers of the WinWCP and WinEDR recordings: lines KEY=value, in
-// the first NBH bytes of the file, padded with zero bytes.
+// The text headers of the WinWCP, WinEDR and SCAN recordings: fields
+// KEY=value, in the first NBH bytes of the file, padded with zero bytes. The
+// newer programs write a field a line; SCAN separates them with backslashes.
 
 #include <cstdint>
 #include <map>
@@ -17,8 +18,10 @@ namespace convora {
 class KeyValueHeader {
  public:
   // Reads the header of `source`, whose size its NBH key gives (at most
-  // 64 KiB; `fallbackBytes` when the key is missing).
-  KeyValueHeader(SourceFile& source, std::int64_t fallbackBytes);
+  // 64 KiB; `fallbackBytes` when the key is missing), its fields ended by
+  // any of `separators`.
+  KeyValueHeader(SourceFile& source, std::int64_t fallbackBytes,
+                 std::string_view separators = "\r\n");
 
   std::int64_t Bytes() const { return bytes_; }
   std::optional<std::string> Text(const std::string& key) const;

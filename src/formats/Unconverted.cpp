@@ -47,10 +47,6 @@ bool IsLumiraLong(const RecognitionInput& in) {
 // clang-format off
 const FormatDescriptor kMatlabFormat{"MATLAB file",
     [](const RecognitionInput& in) { return in.ProbeStartsWith("MATLAB"); }, nullptr};
-const FormatDescriptor kScanFormat{"Kestrin's SCAN",
-    [](const RecognitionInput& in) {
-      return in.ProbeStartsWith("DT=") && in.UpperPath().ends_with(".SCA");
-    }, nullptr};
 const FormatDescriptor kElsaaFormat{"ELSAA Data Files",
     [](const RecognitionInput& in) { return Contains(in.Probe(), "ELSAA"); }, nullptr,
     CONVORA_UNPUBLISHED("an ELSAA data file")};

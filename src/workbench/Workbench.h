@@ -55,6 +55,9 @@ class Workbench {
   std::filesystem::path OutputFolder;
   // Refuse to write over an existing file instead of writing over it.
   bool NoOverwrite = false;
+  // Leave out the records a source marks as rejected instead of converting
+  // them with the rest.
+  bool SkipRejected = false;
 
   // The path of the selected file's output of that extension, as above.
   // Throws ConvoraError for an existing file when NoOverwrite is set; tells

@@ -50,5 +50,40 @@ TEST(ConvertCli, AnswersServeEveryFileAndAFailingFileDoesNotStopTheOthers) {
   EXPECT_EQ(HeaderOf(ReadFile(dir / "wave.ABF")).Get(abf::fADCSampleInterval), 50.0f);
 }
 
+// WinWCP records, the second REJECTED, and a WinEDR recording named .wcp,
+// which the WinCDR and WinWCP rows both take: the first converts it, the
+// second refuses it rather than read garbage records over its output.
+TEST(ConvertCli, RejectedRecordsAreLeftOutOnRequestAndAContinuousWcpIsRefusedAsRecords) {
+  TempDir dir;
+  ByteBuilder cell;
+  cell.Text(
+          "VER=9\r\nNBH=1024\r\nADCMAX=2047\r\nNC=1\r\nNBA=1\r\nNBD=1\r\nNR=2\r\nNP=2\r\n"
+          "DT=0.001\r\nYG0=1\r\n")
+      .PadTo(1024);
+  for (const char* status : {"ACCEPTED", "REJECTED"}) {
+    cell.Text(status, 8).Text("TEST").FloatLE(1).FloatLE(0).FloatLE(0.001f).FloatLE(5);
+    cell.PadTo(cell.Size() + 484).Int16LE(7).Int16LE(-7).PadTo(cell.Size() + 508);
+  }
+  WriteFile(dir / "cell.wcp", cell.Get());
+  WriteFile(dir / "edr.wcp", ByteBuilder()
+                                 .Text("VER=6.1\r\nNBH=512\r\nNC=1\r\nNP=2\r\nAD=5\r\n"
+                                       "ADCMAX=2047\r\nDT=0.001\r\nYCF0=1\r\nYAG0=1\r\n")
+                                 .PadTo(512)
+                                 .Int16LE(1)
+                                 .Int16LE(2)
+                                 .Get());
+  const Outcome run = Convora(dir, "convert --skip-rejected cell.wcp edr.wcp");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.out, (dir / "cell.ABF").string() + "\n" + (dir / "edr.ABF").string() + "\n");
+  EXPECT_TRUE(HasLine(run.err, "notice: " + (dir / "cell.wcp").string() +
+                                   ": record 2 is marked REJECTED and left out\n"))
+      << run.err;
+  EXPECT_TRUE(HasLine(
+      run.err, "error: " + (dir / "edr.wcp").string() + ": the header has no record count (NR)"))
+      << run.err;
+  EXPECT_EQ(HeaderOf(ReadFile(dir / "cell.ABF")).Get(abf::lActualEpisodes), 1);
+  EXPECT_EQ(HeaderOf(ReadFile(dir / "edr.ABF")).Get(abf::lActualAcqLength), 2);
+}
+
 }  // namespace
 }  // namespace convora::test

@@ -171,12 +171,17 @@ class MainWindowTest : public QObject {
     QVERIFY(f->Items("List1").isEmpty());
   }
 
-  void theTemplateBoxStartsEveryFileAfresh() {
+  void theCheckBoxesSetTheRun() {
     f->Open();
-    auto* box = f->Find<QCheckBox>("EachFromTemplate");
-    QVERIFY(!box->isChecked() && !f->window->Bench().EachFromTemplate);
-    box->click();
-    QVERIFY(f->window->Bench().EachFromTemplate);
+    const std::pair<const char*, bool Workbench::*> boxes[] = {
+        {"EachFromTemplate", &Workbench::EachFromTemplate},
+        {"SkipRejected", &Workbench::SkipRejected}};
+    for (const auto& [name, setting] : boxes) {
+      auto* box = f->Find<QCheckBox>(name);
+      QVERIFY(!box->isChecked() && !(f->window->Bench().*setting));
+      box->click();
+      QVERIFY(f->window->Bench().*setting);
+    }
   }
 
   void newFilesAppearOnRefresh() {

@@ -41,51 +41,131 @@ TEST(WinEdr, ChannelsAtTheirPositionsKeepTheirCountsWithTheZeroLevelFolded) {
 
 // A WinWCP record: the analysis block (status, type, group, time, interval,
 // VMax per channel) and the data block.
-void Record(test::ByteBuilder& b, const char* status, float interval, float range,
+void Record(test::ByteBuilder& b, const char* status, float interval, std::vector<float> ranges,
             std::vector<std::int16_t> values) {
   const std::size_t at = b.Size();
-  b.Text(status, 8).Text("TEST").FloatLE(1).FloatLE(0).FloatLE(interval).FloatLE(range);
+  b.Text(status, 8).Text("TEST").FloatLE(1).FloatLE(0).FloatLE(interval);
+  for (float range : ranges) b.FloatLE(range);
   b.PadTo(at + 512);
   for (std::int16_t v : values) b.Int16LE(v);
   b.PadTo(at + 1024);
 }
 
+// One channel, the header's numbers written with decimal commas.
+const std::string kOneChannel =
+    "VER=9\r\nRTIME=21/11/2014 14:18:28\r\nNBH=1024\r\nADCMAX=32767\r\nNC=1\r\n"
+    "NBA=1\r\nNBD=1\r\nAD=10\r\nNP=3\r\nDT=0,001\r\nYN0=Im\r\nYU0=pA\r\n"
+    "YG0=0,0005\r\nYZ0=0\r\n";
+
 TEST(WinWcp, RecordsBecomeSweepsScaledByTheirRange) {
   test::BenchFixture f;
-  auto b = Header(
-      "VER=9\r\nRTIME=21/11/2014 14:18:28\r\nNBH=1024\r\nADCMAX=32767\r\nNC=1\r\n"
-      "NBA=1\r\nNBD=1\r\nAD=10\r\nNR=2\r\nNP=3\r\nDT=0.001\r\nYN0=Im\r\nYU0=pA\r\n"
-      "YG0=0.0005\r\nYZ0=0\r\n",
-      1024);
-  Record(b, "ACCEPTED", 0.001f, 10.0f, {1, 2, 3});
-  Record(b, "REJECTED", 0.001f, 10.0f, {-1, -2, -3});
-  f.Select("cell.wcp", b.Get());
-  ConvertWinWCP(f.bench);
-  const auto file = test::ReadFile(f.dir / "cell.ABF");
+  auto b = Header(kOneChannel + "NR=2\r\n", 1024);
+  // No interval in the records: the header's DT holds.
+  Record(b, "ACCEPTED", 0.0f, {10.0f}, {1, 2, 3});
+  Record(b, "ACCEPTED", 0.0f, {10.0f}, {-1, -2, -3});
+  const auto file = test::Converted(f, ConvertWinWCP, "cell.wcp", b.Get());
   const AbfHeader h = test::HeaderOf(file);
   EXPECT_EQ(h.Get(abf::lActualEpisodes), 2);
   EXPECT_EQ(h.Get(abf::lFileStartDate), 20141121);
+  EXPECT_EQ(h.Get(abf::fADCSampleInterval), 1000.0f);
+  // 10 V / (32767 x 0.0005 V/pA) per count.
+  EXPECT_FLOAT_EQ(h.Get(abf::fInstrumentScaleFactor, 0), 10.0f / 32768 / (10.0f / 32767 / 5e-4f));
   EXPECT_EQ(test::SamplesOf(file, 6), (std::vector<std::int16_t>{1, 2, 3, -1, -2, -3}));
-  EXPECT_EQ(f.prompter.Transcript().back(),
-            "notice: " + f.bench.SelectedFilePath.string() +
-                ": 1 of 2 records are marked REJECTED; all are converted");
+}
+
+TEST(WinWcp, RejectedRecordsAreNamedAndLeftOutOnRequest) {
+  for (const bool skip : {false, true}) {
+    test::BenchFixture f;
+    f.bench.SkipRejected = skip;
+    auto b = Header(kOneChannel + "NR=3\r\n", 1024);
+    Record(b, "ACCEPTED", 0.001f, {10.0f}, {1, 2, 3});
+    Record(b, "REJECTED", 0.001f, {10.0f}, {4, 5, 6});
+    Record(b, "REJECTED", 0.001f, {10.0f}, {7, 8, 9});
+    const auto file = test::Converted(f, ConvertWinWCP, "cell.wcp", b.Get());
+    EXPECT_EQ(test::HeaderOf(file).Get(abf::lActualEpisodes), skip ? 1 : 3);
+    EXPECT_EQ(test::SamplesOf(file, 3), (std::vector<std::int16_t>{1, 2, 3}));
+    EXPECT_EQ(f.prompter.Transcript().back(),
+              "notice: " + f.bench.SelectedFilePath.string() +
+                  ": records 2, 3 are marked REJECTED" +
+                  (skip ? " and left out"
+                        : "; all are converted (--skip-rejected, or \"Leave out rejected records\" "
+                          "in the window, leaves them out)"));
+  }
+}
+
+TEST(WinWcp, ARangeThatChangesBetweenRecordsIsRescaledToOneScale) {
+  test::BenchFixture f;
+  auto b = Header(
+      "VER=9\r\nNBH=1024\r\nADCMAX=2047\r\nNC=1\r\nNBA=1\r\nNBD=1\r\nNR=3\r\nNP=3\r\n"
+      "DT=0.001\r\nYU0=mV\r\nYG0=0.001\r\nYZ0=7\r\n",
+      1024);
+  const std::vector<float> ranges = {10.0f, 2.5f, 0.3f};
+  const std::vector<std::int16_t> counts = {2047, -2048, 15};
+  for (float range : ranges) Record(b, "ACCEPTED", 0.001f, {range}, counts);
+  const auto file = test::Converted(f, ConvertWinWCP, "cell.wcp", b.Get());
+  const AbfHeader h = test::HeaderOf(file);
+  const double perCount = 10.0 / 32768 / h.Get(abf::fInstrumentScaleFactor, 0);
+  const auto samples = test::SamplesOf(file, 9);
+  for (std::size_t i = 0; i < samples.size(); ++i) {
+    const double value = (counts[i % 3] - 7) * ranges[i / 3] / (2047 * 0.001);
+    EXPECT_NEAR(samples[i] * perCount, value, perCount) << i;
+  }
+}
+
+TEST(WinWcp, SixteenChannelsAreScaledByTheirOwnRanges) {
+  std::string lines =
+      "VER=9\r\nADCMAX=32767\r\nNC=16\r\nNBA=1\r\nNBD=1\r\n"
+      "NR=1\r\nNP=1\r\nDT=0.001\r\n";
+  std::vector<float> ranges;
+  std::vector<std::int16_t> counts;
+  for (int c = 0; c < 16; ++c) {
+    lines += "YU" + std::to_string(c) + "=pA\r\nYG" + std::to_string(c) + "=1\r\n";
+    ranges.push_back(static_cast<float>(c + 1));
+    counts.push_back(static_cast<std::int16_t>(100 * c));
+  }
+  test::BenchFixture f;
+  auto b = Header(lines, 2048);  // without NBH, 1024 bytes per 8 channels
+  Record(b, "ACCEPTED", 0.001f, ranges, counts);
+  const auto file = test::Converted(f, ConvertWinWCP, "cell.wcp", b.Get());
+  const AbfHeader h = test::HeaderOf(file);
+  EXPECT_EQ(h.Get(abf::nADCNumChannels), 16);
+  for (std::size_t c : {0u, 15u}) {
+    EXPECT_FLOAT_EQ(h.Get(abf::fInstrumentScaleFactor, c), 10.0f / 32768 / (ranges[c] / 32767));
+  }
+  EXPECT_EQ(test::SamplesOf(file, 16), counts);
 }
 
 TEST(WinWcp, WhatCannotBeReadIsRefusedByName) {
   const std::string head =
       "VER=9\r\nNBH=1024\r\nADCMAX=32767\r\nNC=1\r\nNBA=1\r\nNBD=1\r\nYG0=1\r\n";
-  const std::vector<std::pair<std::string, std::string>> refused = {
-      {head + "NR=0\r\n", "no records"},
-      {head + "NR=3\r\n", "records of the header (NR)"},
-      {head + "NR=1\r\nNP=600\r\n", "do not fit their data blocks"},
-      {"VER=9\r\nNBH=1024\r\nNR=1\r\n", "NC is missing"},
+  struct Case {
+    std::string lines;
+    std::size_t cut;  // bytes cut off the end of the file
+    std::string why;
+  };
+  const std::vector<Case> refused = {
+      {head + "NR=0\r\n", 0, "no records"},
+      {head + "NR=3\r\n", 0, "records of the header (NR)"},
+      {head + "NR=1\r\n", 100, "records of the header (NR)"},  // a truncated data block
+      {head + "NR=1\r\nNP=600\r\n", 0, "do not fit their data blocks"},
+      {"VER=9\r\nNBH=1024\r\nNR=1\r\n", 0, "NC is missing"},
+      {"VER=9\r\nNBH=1024\r\nNR=1\r\nNC=123\r\nNBA=1\r\nNBD=1\r\nADCMAX=1\r\n", 0,
+       "ranges (VMax) of the header's 123 channels do not fit"},
+      // A WinEDR recording named .wcp, which the WinCDR row converts.
+      {"VER=6.1\r\nNBH=1024\r\nNC=1\r\nNP=512\r\nAD=5\r\n", 0, "a continuous WinCDR recording"},
   };
   test::BenchFixture f;
-  for (const auto& [lines, why] : refused) {
+  for (const auto& [lines, cut, why] : refused) {
     auto b = Header(lines, 1024);
-    Record(b, "ACCEPTED", 0.001f, 10.0f, {1});
-    test::ExpectError(f, ConvertWinWCP, "cell.wcp", b.Get(), why);
+    Record(b, "ACCEPTED", 0.001f, {10.0f}, {1});
+    auto bytes = b.Get();
+    bytes.resize(bytes.size() - cut);
+    test::ExpectError(f, ConvertWinWCP, "cell.wcp", bytes, why);
   }
+  auto b = Header(head + "NR=1\r\n", 1024);
+  Record(b, "REJECTED", 0.001f, {10.0f}, {1});
+  f.bench.SkipRejected = true;
+  test::ExpectError(f, ConvertWinWCP, "cell.wcp", b.Get(), "every record is marked REJECTED");
 }
 
 }  // namespace
