@@ -43,6 +43,7 @@ constexpr RecognitionRow kTable[] = {
     // Formats recognised beyond the rows above: each matches only a file that
     // no row above matched, so that nothing those rows do changes.
     {&kAbf2Format, true},
+    {&kPatchMasterFormat, true},
 };
 // clang-format on
 
