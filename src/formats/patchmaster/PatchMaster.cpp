@@ -25,7 +25,30 @@ class SeriesScans : public ScanReader {
  public:
   SeriesScans(SourceFile& source, const Series& series, std::vector<std::size_t> kept,
               std::vector<bool> scaled)
-      : source_(source), series_(series), kept_(std::move(kept)), scaled_(std::move(scaled)) {}
+      : source_(source), series_(series), kept_(std::move(kept)), scaled_(std::move(scaled)) {
+    // Channels not scaled are int16 in every sweep; their byte order may still vary.
+    readsCounts_ = std::none_of(scaled_.begin(), scaled_.end(), [](bool s) { return s; });
+    for (const auto& sweep : series_.sweeps) {
+      for (const std::size_t c : kept_) {
+        readsCounts_ = readsCounts_ && sweep[c].order == ByteOrder::LittleEndian;
+      }
+    }
+  }
+
+  bool ReadsCounts() const override { return readsCounts_; }
+
+  void ReadCounts(std::int64_t sweep, std::int64_t first, std::span<std::int16_t> out) override {
+    const std::size_t width = kept_.size();
+    const std::size_t scans = out.size() / width;
+    counts_.resize(scans);
+    for (std::size_t k = 0; k < width; ++k) {
+      const Trace& trace = series_.sweeps[static_cast<std::size_t>(sweep)][kept_[k]];
+      const std::size_t available = Available(trace, first, scans);
+      std::fill(counts_.begin(), counts_.end(), std::int16_t{0});
+      source_.ReadSamples(trace.dataOffset + 2 * first, std::span(counts_).first(available));
+      for (std::size_t s = 0; s < scans; ++s) out[s * width + k] = counts_[s];
+    }
+  }
 
   void ReadScans(std::int64_t sweep, std::int64_t first, std::span<double> out) override {
     const std::size_t width = kept_.size();
@@ -34,11 +57,9 @@ class SeriesScans : public ScanReader {
     for (std::size_t k = 0; k < width; ++k) {
       const Trace& trace = series_.sweeps[static_cast<std::size_t>(sweep)][kept_[k]];
       const auto bytes = BytesOf(trace.type);
-      const std::int64_t available =
-          std::clamp<std::int64_t>(trace.points - first, 0, static_cast<std::int64_t>(scans));
       std::fill(column_.begin(), column_.end(), 0.0);
       ReadValues(source_, trace.dataOffset + first * static_cast<std::int64_t>(bytes), trace.type,
-                 trace.order, bytes, std::span(column_).first(static_cast<std::size_t>(available)));
+                 trace.order, bytes, std::span(column_).first(Available(trace, first, scans)));
       const double scale = scaled_[k] ? trace.scale : 1.0;
       for (std::size_t s = 0; s < scans; ++s) out[s * width + k] = column_[s] * scale;
     }
@@ -49,7 +70,15 @@ class SeriesScans : public ScanReader {
   const Series& series_;
   std::vector<std::size_t> kept_;
   std::vector<bool> scaled_;  // values handed on in units, not as stored
+  bool readsCounts_;
   std::vector<double> column_;
+  std::vector<std::int16_t> counts_;
+
+  // The points of `trace` from `first` on that fall within `scans`.
+  static std::size_t Available(const Trace& trace, std::int64_t first, std::size_t scans) {
+    return static_cast<std::size_t>(
+        std::clamp<std::int64_t>(trace.points - first, 0, static_cast<std::int64_t>(scans)));
+  }
 };
 
 std::string NamesOf(const Series& series, const std::vector<std::size_t>& channels) {
