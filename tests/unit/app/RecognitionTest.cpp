@@ -52,11 +52,12 @@ void PrintTo(const Case& c, std::ostream* os) { *os << c.label; }
 class RecognitionRows : public testing::TestWithParam<Case> {};
 
 TEST_P(RecognitionRows, MatchExactlyTheseRows) {
-  EXPECT_EQ(Rows(GetParam().head, GetParam().length, GetParam().name), GetParam().rows);
+  const Case& c = GetParam();
+  EXPECT_EQ(Rows(c.head, c.length, c.name), c.rows);
   // Tried alone, as if no earlier row had matched, the PatchMaster row still
   // takes none of the other rows' files.
-  EXPECT_EQ(kPatchMasterFormat.matches(InputOf(GetParam().head, GetParam().length, GetParam().name)),
-            GetParam().rows == std::vector<int>{29});
+  EXPECT_EQ(kPatchMasterFormat.matches(InputOf(c.head, c.length, c.name)),
+            c.rows == std::vector<int>{29});
 }
 
 // Each row gets a match and a near miss just across its boundary.
