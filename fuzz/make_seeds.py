@@ -130,6 +130,29 @@ def ltp():
             b'"AD_DataType"  "mV"  "pA"\r\n\r\n1.5  -2\r\n0.25  200\r\n-7  4.125\r\n')
 
 
+def patchmaster():
+    """A little-endian bundle: one group, one series of two sweeps of one int16 trace."""
+    sizes = [16, 64, 64, 56, 128]
+    data = struct.pack("<6h", 1, -2, 3, 4, -5, 6)
+    tree = b"eerT" + struct.pack("<6i", 5, *sizes)
+    record = lambda size, label, children: (
+        struct.pack("<i", 0) + label.ljust(size - 4, b"\0") + struct.pack("<i", children))
+    tree += record(16, b"", 1) + record(64, b"G1", 1) + record(64, b"IV", 2)
+    for sweep in range(2):
+        trace = bytearray(128)
+        trace[4:9] = b"I-mon"
+        struct.pack_into("<ii", trace, 40, 256 + 6 * sweep, 3)
+        struct.pack_into("<H", trace, 64, 1)  # little-endian samples, int16 (format 0 at 70)
+        struct.pack_into("<d", trace, 72, 1e-12)
+        trace[96:97] = b"A"
+        struct.pack_into("<d", trace, 104, 1e-4)
+        tree += record(56, b"", 1) + bytes(trace) + struct.pack("<i", 0)
+    head = b"DAT2".ljust(48, b"\0") + struct.pack("<i", 2) + b"\1" + bytes(11)
+    head += struct.pack("<ii", 256, len(data)) + b".dat".ljust(8, b"\0")
+    head += struct.pack("<ii", 256 + len(data), len(tree)) + b".pul".ljust(8, b"\0")
+    return head.ljust(256, b"\0") + data + tree
+
+
 def samples(*names):
     """Real files written by other software, where the samples folder is present."""
     folder = os.environ.get("CONVORA_SAMPLES_DIR",
@@ -163,6 +186,7 @@ SEEDS = {
     "fuzz_acqknowledge": {"mac.acq": acqknowledge(), "later.acq": acqknowledge_later()},
     "fuzz_ltp": {"sweep.p0": ltp()},
     "fuzz_spike2": samples("ced/neo_Burst_Data_as_Events.smr"),
+    "fuzz_patchmaster": {"cell.dat": patchmaster()},
 }
 
 if __name__ == "__main__":

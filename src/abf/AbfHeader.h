@@ -83,6 +83,7 @@ inline constexpr ScalarField<i16>  nExperimentType          {260};
 inline constexpr ScalarField<i16>  nAutosampleEnable        {262};
 inline constexpr ScalarField<float> fAutosampleAdditGain    {268};
 inline constexpr TextField         sCreatorInfo             {294, 16};
+inline constexpr TextField         sFileComment             {310, 56};
 inline constexpr ArrayField<i16>   nADCPtoLChannelMap       {378, 16};
 inline constexpr ArrayField<i16>   nADCSamplingSeq          {410, 16};
 inline constexpr TextArrayField    sADCChannelName          {442, 10, 16};

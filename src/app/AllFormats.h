@@ -16,3 +16,4 @@
 #include "formats/WinEdr.h"
 #include "formats/WinWcp.h"
 #include "formats/igortext/IgorTextMac.h"
+#include "formats/patchmaster/PatchMaster.h"

@@ -44,6 +44,7 @@ constexpr RecognitionRow kTable[] = {
     // no row above matched, so that nothing those rows do changes.
     {&kAbf2Format, true},
     {&kAcqKnowledgeLaterFormat, true},
+    {&kPatchMasterFormat, true},
 };
 // clang-format on
 

@@ -219,6 +219,7 @@ void SetHeader(AbfHeader& h, const Recording& recording,
     h.Set(abf::lFileStartDate, t.year * 10000 + t.month * 100 + t.day);
     h.Set(abf::lFileStartTime, t.hour * 3600 + t.minute * 60 + t.second);
   }
+  if (!recording.comment.empty()) h.Set(abf::sFileComment, AsciiText(recording.comment));
 }
 
 // The tag section, in the block after everything else: 64 bytes a tag, its

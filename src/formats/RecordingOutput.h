@@ -64,6 +64,9 @@ struct Recording {
   // When the recording started, where the source says.
   std::optional<LocalDateTime> start;
   std::vector<RecordingTag> tags;
+  // What the source says of the recording, for sFileComment; the template's
+  // comment stays where this is empty.
+  std::string comment;
 };
 
 // Reads a recording's stored values a stretch at a time.

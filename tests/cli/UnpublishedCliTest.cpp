@@ -61,6 +61,7 @@ TEST(UnpublishedCli, EveryRowConvertsRefusesOrSaysWhatToDoInstead) {
                         "\"AD_Chs\" \"AD0\"\n\"AD_DataType\" \"mV\"\n1.5\n-2\n")},
       {"r28", Plain(At(0).Text("ABF2"))},
       {"r29", Plain(At(2).Int32LE(38).Int32LE(24).Int16LE(1))},
+      {"r30", Plain(At(0).Text("DAT2").PadTo(48).Int32LE(3).Raw({1}))},
   };
   TempDir dir;
   std::string files;

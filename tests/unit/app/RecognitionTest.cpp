@@ -6,6 +6,7 @@
 #include "abf/ConvoraError.h"
 #include "app/KnownFileDispatch.h"
 #include "app/Recognition.h"
+#include "formats/patchmaster/PatchMaster.h"
 #include "support/TestSupport.h"
 
 namespace convora {
@@ -19,14 +20,20 @@ constexpr std::size_t kPlain = 1001;
 // Zeros up to `offset`, where the caller writes the mark.
 ByteBuilder At(std::size_t offset) { return std::move(ByteBuilder().PadTo(offset)); }
 
-// Numbers (1-based) of the rows that match a file of `length` bytes that starts
-// with `head` and holds zeros after it.
-std::vector<int> Rows(const ByteBuilder& head, std::size_t length = kPlain,
-                      const std::string& name = "rec.dat") {
+// What the tests see of a file of `length` bytes that starts with `head` and
+// holds zeros after it.
+RecognitionInput InputOf(const ByteBuilder& head, std::size_t length = kPlain,
+                         const std::string& name = "rec.dat") {
   test::TempDir dir;
   test::WriteFile(dir / name, ByteBuilder(head).PadTo(length).Get());
+  return ReadRecognitionInput(dir / name);
+}
+
+// Numbers (1-based) of the rows that match such a file.
+std::vector<int> Rows(const ByteBuilder& head, std::size_t length = kPlain,
+                      const std::string& name = "rec.dat") {
   std::vector<int> rows;
-  for (const RecognitionRow* row : MatchingRows(ReadRecognitionInput(dir / name)))
+  for (const RecognitionRow* row : MatchingRows(InputOf(head, length, name)))
     rows.push_back(static_cast<int>(row - RecognitionTable().data()) + 1);
   return rows;
 }
@@ -44,7 +51,12 @@ void PrintTo(const Case& c, std::ostream* os) { *os << c.label; }
 class RecognitionRows : public testing::TestWithParam<Case> {};
 
 TEST_P(RecognitionRows, MatchExactlyTheseRows) {
-  EXPECT_EQ(Rows(GetParam().head, GetParam().length, GetParam().name), GetParam().rows);
+  const Case& c = GetParam();
+  EXPECT_EQ(Rows(c.head, c.length, c.name), c.rows);
+  // Tried alone, as if no earlier row had matched, the PatchMaster row still
+  // takes none of the other rows' files.
+  EXPECT_EQ(kPatchMasterFormat.matches(InputOf(c.head, c.length, c.name)),
+            c.rows == std::vector<int>{30});
 }
 
 // Each row gets a match and a near miss just across its boundary.
@@ -129,7 +141,11 @@ INSTANTIATE_TEST_SUITE_P(Recognition, RecognitionRows, testing::Values(
     Case{"AcqLaterPastItsFile", {},       At(2).Int32LE(38).Int32LE(894).Int16LE(1)},
     Case{"AcqLaterRevision256", {},       At(2).Int32BE(256).Int32BE(24).Int16BE(1)},
     Case{"AcqLaterNoChannel",   {},       At(2).Int32LE(38).Int32LE(24).Int16LE(0)},
-    Case{"AcqLaterAfterBrenlow",{21},     At(2).Int32LE(38).Int32LE(24).Int16LE(1), 16000}),
+    Case{"AcqLaterAfterBrenlow",{21},     At(2).Int32LE(38).Int32LE(24).Int16LE(1), 16000},
+    // A bundle header: "DAT2", 8 characters; 1 to 12 items in the order byte 52 names.
+    Case{"PatchMaster",         {30},     At(0).Text("DAT2").PadTo(48).Int32LE(3).Raw({1})},
+    Case{"PatchMasterBigEndian",{30},     At(0).Text("DAT1").PadTo(48).Int32BE(3)},
+    Case{"PatchMasterNoItems",  {},       At(0).Text("DAT2").PadTo(48).Int32LE(13).Raw({1})}),
     [](const auto& info) { return std::string(info.param.label); });
 // clang-format on
 
