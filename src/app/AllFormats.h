@@ -9,6 +9,7 @@
 #include "formats/IgorBinary.h"
 #include "formats/IgorBinary5.h"
 #include "formats/KestrinCdr.h"
+#include "formats/Matlab.h"
 #include "formats/Spike2.h"
 #include "formats/Unconverted.h"
 #include "formats/WinEdr.h"

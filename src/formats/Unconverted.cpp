@@ -45,8 +45,6 @@ bool IsLumiraLong(const RecognitionInput& in) {
   "it in a format Convora converts"
 
 // clang-format off
-const FormatDescriptor kMatlabFormat{"MATLAB file",
-    [](const RecognitionInput& in) { return in.ProbeStartsWith("MATLAB"); }, nullptr};
 const FormatDescriptor kScanFormat{"Kestrin's SCAN",
     [](const RecognitionInput& in) {
       return in.ProbeStartsWith("DT=") && in.UpperPath().ends_with(".SCA");

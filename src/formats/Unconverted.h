@@ -6,7 +6,6 @@
 
 namespace convora {
 
-extern const FormatDescriptor kMatlabFormat;
 extern const FormatDescriptor kScanFormat;
 extern const FormatDescriptor kElsaaFormat;
 extern const FormatDescriptor kChartWinFormat;
