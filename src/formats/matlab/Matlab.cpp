@@ -1,4 +1,4 @@
-#include "formats/Matlab.h"
+#include "formats/matlab/Matlab.h"
 
 #include <matio.h>
 
@@ -13,6 +13,7 @@
 
 #include "abf/ConvoraError.h"
 #include "formats/RecordingOutput.h"
+#include "formats/matlab/VariableCheck.h"
 
 // A MAT-file of version 5 or 6 (one layout; version 7 is 5 with compressed
 // variables) or 7.3 (HDF5 behind MATLAB's 512-byte header), read through
@@ -81,17 +82,28 @@ void DecodeAs(const std::uint8_t* bytes, std::span<double> out) {
 // libmatio hands values over in the variable's class, in the machine's order.
 void Decode(matio_classes type, const std::uint8_t* bytes, std::span<double> out) {
   switch (type) {
-    case MAT_C_DOUBLE: return DecodeAs<double>(bytes, out);
-    case MAT_C_SINGLE: return DecodeAs<float>(bytes, out);
-    case MAT_C_INT8: return DecodeAs<std::int8_t>(bytes, out);
-    case MAT_C_UINT8: return DecodeAs<std::uint8_t>(bytes, out);
-    case MAT_C_INT16: return DecodeAs<std::int16_t>(bytes, out);
-    case MAT_C_UINT16: return DecodeAs<std::uint16_t>(bytes, out);
-    case MAT_C_INT32: return DecodeAs<std::int32_t>(bytes, out);
-    case MAT_C_UINT32: return DecodeAs<std::uint32_t>(bytes, out);
-    case MAT_C_INT64: return DecodeAs<std::int64_t>(bytes, out);
-    case MAT_C_UINT64: return DecodeAs<std::uint64_t>(bytes, out);
-    default: throw ConvoraError("a variable is not numeric");
+    case MAT_C_DOUBLE:
+      return DecodeAs<double>(bytes, out);
+    case MAT_C_SINGLE:
+      return DecodeAs<float>(bytes, out);
+    case MAT_C_INT8:
+      return DecodeAs<std::int8_t>(bytes, out);
+    case MAT_C_UINT8:
+      return DecodeAs<std::uint8_t>(bytes, out);
+    case MAT_C_INT16:
+      return DecodeAs<std::int16_t>(bytes, out);
+    case MAT_C_UINT16:
+      return DecodeAs<std::uint16_t>(bytes, out);
+    case MAT_C_INT32:
+      return DecodeAs<std::int32_t>(bytes, out);
+    case MAT_C_UINT32:
+      return DecodeAs<std::uint32_t>(bytes, out);
+    case MAT_C_INT64:
+      return DecodeAs<std::int64_t>(bytes, out);
+    case MAT_C_UINT64:
+      return DecodeAs<std::uint64_t>(bytes, out);
+    default:
+      throw ConvoraError("a variable is not numeric");
   }
 }
 
@@ -100,7 +112,19 @@ void Decode(matio_classes type, const std::uint8_t* bytes, std::span<double> out
 // MATLAB's order; `out` takes edge[0] x edge[1] x ... values.
 class SlabReader {
  public:
-  explicit SlabReader(mat_t* file) : file_(file) {}
+  SlabReader(mat_t* file, std::int64_t fileBytes) : file_(file), fileBytes_(fileBytes) {}
+
+  // libmatio reads past the end of the file as if the values were there, so
+  // a variable may claim no more values than its file has room for: a byte
+  // each at least, or 1/1032 of one where zlib packed them (its best ratio).
+  void RequireStored(const matvar_t& v) const {
+    const bool packed =
+        v.compression != MAT_COMPRESSION_NONE || Mat_GetVersion(file_) == MAT_FT_MAT73;
+    if (Elements(v) <= (packed ? 1032 : 1) * fileBytes_) return;
+    throw ConvoraError("variable " + std::string(v.name ? v.name : "") + " claims " +
+                       std::to_string(Elements(v)) + " values, more than the file's " +
+                       std::to_string(fileBytes_) + " bytes can hold");
+  }
 
   void Read(matvar_t& v, std::vector<int> start, std::vector<int> edge, std::span<double> out) {
     bytes_.resize(out.size() * static_cast<std::size_t>(Mat_SizeOfClass(v.class_type)));
@@ -139,12 +163,14 @@ class SlabReader {
     }
     v->class_type = kept;
     std::string text;
-    for (const double code : codes) text += code >= 32 && code < 127 ? static_cast<char>(code) : '?';
+    for (const double code : codes)
+      text += code >= 32 && code < 127 ? static_cast<char>(code) : '?';
     return text;
   }
 
  private:
   mat_t* file_;
+  std::int64_t fileBytes_;
   std::vector<std::uint8_t> bytes_;
 };
 
@@ -180,7 +206,7 @@ struct Candidate {
 
 matvar_t* Named(const std::vector<MatVariable>& all, std::string_view name) {
   for (const auto& v : all) {
-    if (v->name != nullptr && name == v->name) return v.get();
+    if (name == v->name) return v.get();
   }
   return nullptr;
 }
@@ -220,8 +246,8 @@ std::vector<Candidate> Candidates(const std::vector<MatVariable>& all, SlabReade
 
 std::string Kind(const matvar_t& v) {
   static const char* const kClasses[] = {
-      "empty",  "cell",   "struct", "object", "char",   "sparse", "double", "single", "int8",
-      "uint8",  "int16",  "uint16", "int32",  "uint32", "int64",  "uint64", "function", "opaque"};
+      "empty", "cell",  "struct", "object", "char",   "sparse", "double", "single",   "int8",
+      "uint8", "int16", "uint16", "int32",  "uint32", "int64",  "uint64", "function", "opaque"};
   const auto type = static_cast<std::size_t>(v.class_type);
   std::string kind = type < std::size(kClasses) ? kClasses[type] : "unknown";
   if (v.isLogical != 0) kind = "logical";
@@ -240,8 +266,7 @@ std::string NamesOf(const std::vector<Candidate>& candidates) {
   if (all.empty()) throw ConvoraError("the MAT-file holds no variables");
   std::string found;
   for (std::size_t i = 0; i < all.size() && i < 12; ++i) {
-    found += (i == 0 ? "" : ", ") + std::string(all[i]->name ? all[i]->name : "?") + " (" +
-             Kind(*all[i]) + ")";
+    found += (i == 0 ? "" : ", ") + std::string(all[i]->name) + " (" + Kind(*all[i]) + ")";
   }
   if (all.size() > 12) found += " and " + std::to_string(all.size() - 12) + " more";
   throw ConvoraError(
@@ -255,8 +280,8 @@ const Candidate& Choose(Workbench& bench, const std::vector<Candidate>& candidat
   if (candidates.size() == 1) return candidates[0];
   const std::string prompt =
       "The MAT-file holds several recordings (" + NamesOf(candidates) + "): which variable?";
-  const auto answer = bench.Prompt().AskInput(
-      {"variable", prompt, "Choose Variable", candidates[0].name, false});
+  const auto answer =
+      bench.Prompt().AskInput({"variable", prompt, "Choose Variable", candidates[0].name, false});
   if (!answer) throw ConvoraError("no variable was chosen");
   for (const auto& c : candidates) {
     if (c.name == *answer) return c;
@@ -279,14 +304,15 @@ double PositiveSeconds(double seconds, const std::string& what) {
 // samplerate in Hz, else the sample-interval question (microseconds).
 double ArrayIntervalUs(Workbench& bench, const std::vector<MatVariable>& all, SlabReader& read) {
   for (const auto& v : all) {
-    if (!IsRealNumeric(*v) || Elements(*v) != 1 || v->name == nullptr) continue;
+    if (!IsRealNumeric(*v) || Elements(*v) != 1) continue;
     std::string name = v->name;
     std::transform(name.begin(), name.end(), name.begin(),
                    [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     const bool seconds = name == "dt" || name == "interval" || name == "si";
     if (!seconds && name != "fs" && name != "samplerate") continue;
     const double value = read.One(*v);
-    const std::string what = "the scalar " + std::string(v->name) + " (" + std::to_string(value) + ")";
+    const std::string what =
+        "the scalar " + std::string(v->name) + " (" + std::to_string(value) + ")";
     return 1e6 * PositiveSeconds(seconds ? value : 1.0 / value, what);
   }
   return AskSampleInterval(bench, IntervalRule::kPositive);
@@ -356,23 +382,24 @@ void ConvertStructures(Workbench& bench, SlabReader& read, const Candidate& chos
                        const std::vector<Candidate>& candidates) {
   std::string leftOut;
   for (const auto& other : candidates) {
+    if (&other == &chosen) continue;
     for (const auto& c : other.channels) {
-      if (&other != &chosen) leftOut += (leftOut.empty() ? "" : ", ") + std::string(c.structure->name);
+      leftOut += (leftOut.empty() ? "" : ", ") + std::string(c.structure->name);
     }
   }
   if (!leftOut.empty()) {
-    bench.Prompt().Notice(bench.SelectedFilePath.string() +
-                          ": channel structures of another length or interval left out: " +
-                          leftOut);
+    bench.Prompt().Notice(
+        bench.SelectedFilePath.string() +
+        ": channel structures of another length or interval left out: " + leftOut);
   }
   const ChannelStructure& first = chosen.channels[0];
   Recording recording;
   for (const auto& c : chosen.channels) {
+    read.RequireStored(*c.values);
     std::string title = read.Text(Mat_VarGetStructFieldByName(c.structure, "title", 0));
-    recording.channels.push_back(
-        {title.empty() ? std::string(c.structure->name) : title,
-         read.Text(Mat_VarGetStructFieldByName(c.structure, "units", 0)), 1.0, 0.0,
-         KeepsCounts(*c.values)});
+    recording.channels.push_back({title.empty() ? std::string(c.structure->name) : title,
+                                  read.Text(Mat_VarGetStructFieldByName(c.structure, "units", 0)),
+                                  1.0, 0.0, KeepsCounts(*c.values)});
   }
   recording.channelIntervalUs =
       1e6 * PositiveSeconds(first.intervalSeconds, "the interval of " + chosen.name);
@@ -384,12 +411,14 @@ void ConvertStructures(Workbench& bench, SlabReader& read, const Candidate& chos
 void ConvertArray(Workbench& bench, SlabReader& read, const Candidate& chosen,
                   const std::vector<MatVariable>& all) {
   matvar_t& array = *chosen.array;
+  read.RequireStored(array);
   // Y and a 3-D array keep time down the rows; otherwise time runs along the longer side.
   const int timeSide = chosen.time == nullptr && array.rank == 2 && array.dims[1] > array.dims[0];
   const std::int64_t scans = static_cast<std::int64_t>(array.dims[timeSide]);
   double intervalUs = 0.0;
   if (chosen.time != nullptr) {
-    const double span = read.One(*chosen.time, static_cast<int>(scans - 1)) - read.One(*chosen.time);
+    const double span =
+        read.One(*chosen.time, static_cast<int>(scans - 1)) - read.One(*chosen.time);
     intervalUs = 1e6 * PositiveSeconds(span / static_cast<double>(scans - 1),
                                        "the step of T (from its first to its last time)");
   } else {
@@ -414,6 +443,8 @@ void ConvertArray(Workbench& bench, SlabReader& read, const Candidate& chosen,
 void ConvertMatLab(Workbench& bench) {
   static const bool logging = (Mat_LogInitFunc("convora", KeepMatioMessage), true);
   (void)logging;
+  SourceFile source(bench.SelectedFilePath);
+  CheckVariables(source);
   MatioMessage().clear();
   const MatFile file(Mat_Open(bench.SelectedFilePath.c_str(), MAT_ACC_RDONLY));
   if (!file) {
@@ -421,8 +452,11 @@ void ConvertMatLab(Workbench& bench) {
                        MatioReason());
   }
   std::vector<MatVariable> all;
-  while (matvar_t* v = Mat_VarReadNextInfo(file.get())) all.emplace_back(v);
-  SlabReader read(file.get());
+  while (matvar_t* v = Mat_VarReadNextInfo(file.get())) {
+    MatVariable owned(v);
+    if (v->name != nullptr) all.push_back(std::move(owned));  // a nameless one cannot be chosen
+  }
+  SlabReader read(file.get(), source.Length());
   const std::vector<Candidate> candidates = Candidates(all, read);
   if (candidates.empty()) RefuseNothingToConvert(all);
   const Candidate& chosen = Choose(bench, candidates);
