@@ -60,18 +60,20 @@ bool Inflates(SourceFile& source, std::int64_t at, std::int64_t bytes,
   return state == Z_STREAM_END;
 }
 
-// Whether the opening subelements of a matrix whose data are `bytes` long,
-// the first of them at `opening[0]`, lie within it (as far as `opening` shows).
+// Whether the three opening subelements of a matrix whose data are `bytes`
+// long lie within it; `opening` holds its first bytes, and past them nothing
+// more can be told.
 bool OpeningFits(std::span<const std::uint8_t> opening, std::int64_t bytes, ByteOrder order) {
   const FieldReader in(opening, order);
   std::int64_t at = 0;
-  for (int k = 0; k < 3 && at + 8 <= static_cast<std::int64_t>(opening.size()); ++k) {
+  for (int k = 0; k < 3; ++k) {
+    if (at + 8 > bytes) return false;
+    if (at + 8 > static_cast<std::int64_t>(opening.size())) return true;
     const std::uint32_t first = in.UInt32(static_cast<std::size_t>(at), "subelement type");
     const std::int64_t size = in.UInt32(static_cast<std::size_t>(at) + 4, "subelement size");
     at += (first >> 16) != 0 ? 8 : 8 + size + (-size & 7);
-    if (at > bytes) return false;
   }
-  return true;
+  return at <= bytes;
 }
 
 }  // namespace
