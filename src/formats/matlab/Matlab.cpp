@@ -118,8 +118,7 @@ class SlabReader {
   // a variable may claim no more values than its file has room for: a byte
   // each at least, or 1/1032 of one where zlib packed them (its best ratio).
   void RequireStored(const matvar_t& v) const {
-    const bool packed =
-        v.compression != MAT_COMPRESSION_NONE || Mat_GetVersion(file_) == MAT_FT_MAT73;
+    const bool packed = v.compression != MAT_COMPRESSION_NONE || IsHdf5();
     if (Elements(v) <= (packed ? 1032 : 1) * fileBytes_) return;
     throw ConvoraError("variable " + std::string(v.name ? v.name : "") + " claims " +
                        std::to_string(Elements(v)) + " values, more than the file's " +
@@ -140,6 +139,8 @@ class SlabReader {
     }
     Decode(v.class_type, bytes_.data(), out);
   }
+
+  bool IsHdf5() const { return Mat_GetVersion(file_) == MAT_FT_MAT73; }
 
   double One(matvar_t& v, int at = 0) {
     double value = 0.0;
@@ -350,6 +351,7 @@ class ArrayReader : public ScanReader {
   void ReadScans(std::int64_t sweep, std::int64_t first, std::span<double> out) override {
     const int channels = static_cast<int>(array_.dims[1 - timeSide_]);
     const int scans = static_cast<int>(out.size()) / channels;
+    if (!read_.IsHdf5()) return ReadRuns(sweep, first, channels, scans, out);
     std::vector<int> start{0, 0};
     std::vector<int> edge{0, 0};
     start[timeSide_] = static_cast<int>(first);
@@ -368,6 +370,29 @@ class ArrayReader : public ScanReader {
   }
 
  private:
+  // libmatio reads a version-5 hyperslab a value at a time, with a seek
+  // after each, but a run of values in MATLAB's order in one read: a
+  // channel's stretch is such a run, and so are whole scans of a recording
+  // whose columns are scans.
+  void ReadRuns(std::int64_t sweep, std::int64_t first, int channels, int scans,
+                std::span<double> out) {
+    const auto rows = static_cast<std::int64_t>(array_.dims[0]);
+    if (timeSide_ == 1) return Run(first * channels, out);
+    slab_.resize(static_cast<std::size_t>(scans));
+    for (int c = 0; c < channels; ++c) {
+      Run((sweep * channels + c) * rows + first, slab_);
+      for (int s = 0; s < scans; ++s) out[s * channels + c] = slab_[s];
+    }
+  }
+
+  void Run(std::int64_t start, std::span<double> out) {
+    if (start + static_cast<std::int64_t>(out.size()) > INT_MAX) {
+      throw ConvoraError("variable " + std::string(array_.name) +
+                         " holds more values than libmatio can index");
+    }
+    read_.Read(array_, {static_cast<int>(start)}, {static_cast<int>(out.size())}, out);
+  }
+
   SlabReader& read_;
   matvar_t& array_;
   int timeSide_;
