@@ -51,6 +51,9 @@ void AddConvertCommand(CLI::App& app, CommandContext& context) {
   CLI::App* command = app.add_subcommand(
       "convert", "Convert Known File to ABF: recognise each FILE's format and convert it");
   state->binary = std::make_unique<BinaryOptions>(*command, state->answers, true);
+  state->answers.Add(*command, "variable",
+                     "the variable of a MAT-file to convert, where it holds several recordings "
+                     "(default: the one the rules choose)");
   command
       ->add_option("--unknown", state->unknown,
                    "answer to \"proceed with unknown binary file conversion?\" for files of no "

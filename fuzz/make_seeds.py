@@ -153,6 +153,19 @@ def patchmaster():
     return head.ljust(256, b"\0") + data + tree
 
 
+def mat5(variables):
+    """An uncompressed MAT-file of version 5: the 128-byte header, then one matrix element per
+    variable (array flags, dimensions, name, real part), each element padded to 8 bytes."""
+    def element(kind, payload):
+        return struct.pack("<II", kind, len(payload)) + payload + bytes(-len(payload) % 8)
+    data = b"MATLAB 5.0 MAT-file, fuzz seed".ljust(124) + struct.pack("<H", 0x0100) + b"IM"
+    for name, matlab_class, dims, kind, fmt, values in variables:
+        data += element(14, element(6, struct.pack("<II", matlab_class, 0)) +
+                        element(5, struct.pack(f"<{len(dims)}i", *dims)) + element(1, name) +
+                        element(kind, struct.pack(f"<{len(values)}{fmt}", *values)))
+    return data
+
+
 def samples(*names):
     """Real files written by other software, where the samples folder is present."""
     folder = os.environ.get("CONVORA_SAMPLES_DIR",
@@ -187,6 +200,10 @@ SEEDS = {
     "fuzz_ltp": {"sweep.p0": ltp()},
     "fuzz_spike2": samples("ced/neo_Burst_Data_as_Events.smr"),
     "fuzz_patchmaster": {"cell.dat": patchmaster()},
+    # int16 (class 10, miINT16 3) 2 x 4 and a double (class 6, miDOUBLE 9) dt.
+    "fuzz_matlab": {"rule3.mat": mat5([(b"data", 10, (2, 4), 3, "h", range(-4, 4)),
+                                       (b"dt", 6, (1, 1), 9, "d", [1e-4])]),
+                    **samples("matlab/matio_test_le.mat")},
 }
 
 if __name__ == "__main__":

@@ -16,4 +16,5 @@
 #include "formats/WinEdr.h"
 #include "formats/WinWcp.h"
 #include "formats/igortext/IgorTextMac.h"
+#include "formats/matlab/Matlab.h"
 #include "formats/patchmaster/PatchMaster.h"

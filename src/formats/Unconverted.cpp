@@ -45,8 +45,6 @@ bool IsLumiraLong(const RecognitionInput& in) {
   "it in a format Convora converts"
 
 // clang-format off
-const FormatDescriptor kMatlabFormat{"MATLAB file",
-    [](const RecognitionInput& in) { return in.ProbeStartsWith("MATLAB"); }, nullptr};
 const FormatDescriptor kElsaaFormat{"ELSAA Data Files",
     [](const RecognitionInput& in) { return Contains(in.Probe(), "ELSAA"); }, nullptr,
     CONVORA_UNPUBLISHED("an ELSAA data file")};

@@ -6,7 +6,6 @@
 
 namespace convora {
 
-extern const FormatDescriptor kMatlabFormat;
 extern const FormatDescriptor kElsaaFormat;
 extern const FormatDescriptor kChartWinFormat;
 extern const FormatDescriptor kTorvaneFormat;

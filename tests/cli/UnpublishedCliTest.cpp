@@ -5,8 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <set>
-
 #include "CliRunner.h"
 
 namespace convora::test {
@@ -24,10 +22,6 @@ ByteBuilder At(std::size_t offset) { return std::move(ByteBuilder().PadTo(offset
 // Signatures as the recognition table tests them, in files of 1001 bytes (a
 // multiple of none of the record lengths) unless a row needs another length.
 Bytes Plain(const ByteBuilder& head) { return ByteBuilder(head).PadTo(1001).Get(); }
-
-// Converters being written at this time; until they land, these rows may still
-// say that they have none.
-const std::set<std::string> kAwaitingConverter = {"r04"};
 
 TEST(UnpublishedCli, EveryRowConvertsRefusesOrSaysWhatToDoInstead) {
   const std::vector<Row> rows = {
@@ -79,9 +73,7 @@ TEST(UnpublishedCli, EveryRowConvertsRefusesOrSaysWhatToDoInstead) {
     const bool told =
         row.said && (HasLine(run.err, row.said) || (HasLine(run.err, "notice: " + path + ": ") &&
                                                     run.err.find(row.said) != std::string::npos));
-    const bool awaiting = kAwaitingConverter.contains(row.name) &&
-                          HasLine(run.err, "notice: " + path + ": recognised as ");
-    EXPECT_TRUE(converted || refused || told || awaiting) << row.name << "\n" << run.err;
+    EXPECT_TRUE(converted || refused || told) << row.name << "\n" << run.err;
     EXPECT_EQ(told, row.said != nullptr) << row.name;
   }
   // The LTP file is the one that holds a recording.

@@ -1,0 +1,130 @@
+"""MAT-files of version 5 (scipy) and 7.3 (h5py), one for each way a recording is found,
+converted and read back against the arrays written."""
+
+import os
+import struct
+import subprocess
+import unittest
+
+from interop_support import (CONVORA, HAVE_SAMPLES, SAMPLES, ConvoraTestCase, main, numpy)
+
+try:
+    import h5py
+    import scipy.io
+except ImportError as missing:  # pragma: no cover - depends on the machine
+    raise unittest.SkipTest(f"{missing}; scripts/setup.sh installs python3-scipy, python3-h5py")
+
+MATLAB_CLASS = {"float64": "double", "float32": "single", "int16": "int16", "int32": "int32",
+                "uint8": "uint8"}
+
+
+def text_attribute(target, name, text):
+    """A fixed-length, null-terminated string attribute, as MATLAB writes its class names."""
+    kind = h5py.h5t.C_S1.copy()
+    kind.set_size(len(text))
+    attribute = h5py.h5a.create(target.id, name.encode(), kind, h5py.h5s.create(h5py.h5s.SCALAR))
+    attribute.write(numpy.array(text.encode()), mtype=kind)
+
+
+def put_73(group, name, value):
+    """A variable as MATLAB 7.3 keeps it: arrays transposed (HDF5 lists the sides of a
+    column-major array backwards), text as uint16 codes, structures as groups."""
+    if isinstance(value, dict):
+        sub = group.create_group(name)
+        text_attribute(sub, "MATLAB_class", "struct")
+        names = numpy.empty(len(value), dtype=object)  # MATLAB lists the fields in order
+        names[:] = [numpy.array(list(field), dtype="S1") for field in value]
+        sub.attrs.create("MATLAB_fields", names, dtype=h5py.vlen_dtype(numpy.dtype("S1")))
+        for field, item in value.items():
+            put_73(sub, field, item)
+        return
+    if isinstance(value, str):
+        data = numpy.array([[ord(c) for c in value]], dtype="<u2")
+        text = group.create_dataset(name, data=data.T)
+        text_attribute(text, "MATLAB_class", "char")
+        text.attrs["MATLAB_int_decode"] = 2
+        return
+    data = numpy.atleast_2d(value)
+    text_attribute(group.create_dataset(name, data=data.transpose()), "MATLAB_class",
+                   MATLAB_CLASS[data.dtype.name])
+
+
+def save(path, variables, version):
+    if version == "5":
+        scipy.io.savemat(path, variables, do_compression=True)
+        return path
+    with h5py.File(path, "w", userblock_size=512) as out:
+        for name, value in variables.items():
+            put_73(out, name, value)
+    with open(path, "r+b") as out:  # MATLAB's 128-byte text header, version 0x0200
+        out.write(b"MATLAB 7.3 MAT-file".ljust(124) + struct.pack("<H", 0x0200) + b"IM")
+    return path
+
+
+def channel(values, interval, units, title):
+    return {"values": numpy.asarray(values).reshape(-1, 1), "interval": interval,
+            "units": units, "title": title}
+
+
+N = 300
+RAMP = numpy.sin(numpy.arange(N) / 7.0)
+COUNTS = (numpy.arange(N) * 37 % 2001 - 1000).astype("int16")
+STRUCTURES = {"ch1": channel(RAMP * 0.05, 1e-4, "V", "Vm"),
+              "ch2": channel(COUNTS, 1e-4, "pA", "Im"),
+              "ch3": channel(RAMP[:10], 1e-4, "V", "short")}  # another length: left out
+EPISODES = numpy.stack([RAMP, -RAMP], axis=1)[:, :, None] * numpy.array([1, 2, 3]) * 4
+PAIR = {"T": numpy.arange(N).reshape(-1, 1) * 2e-4, "Y": EPISODES.astype("float32")}
+LARGEST = {"data": numpy.stack([COUNTS, COUNTS // 2]), "fs": 20000.0,
+           "small": RAMP[:50].reshape(-1, 1), "label": "not a recording"}
+
+
+def columns(array):
+    return [array[:, c] for c in range(array.shape[1])]
+
+
+class MatFiles(ConvoraTestCase):
+    def assertValues(self, recording, sweeps):
+        """Every value within one count: a channel's peak over all sweeps / 16384."""
+        sweeps = [numpy.column_stack(sweep).astype(float) for sweep in sweeps]
+        self.assertEqual([s.shape for s in recording.sweeps], [s.shape for s in sweeps])
+        count = numpy.abs(numpy.vstack(sweeps)).max(axis=0) / 16384
+        self.assertClose((recording.values - numpy.vstack(sweeps)) / count, 0, 1.0)
+
+    def test_each_rule_in_both_versions(self):
+        cases = [  # variables, options, units, rate, sweeps expected
+            (STRUCTURES, (), ["mV", "pA"], 10000, [[RAMP * 50, COUNTS]]),
+            (PAIR, (), ["dimensionless"] * 2, 5000, [columns(EPISODES[:, :, e]) for e in range(3)]),
+            (LARGEST, (), ["dimensionless"] * 2, 20000, [[COUNTS, COUNTS // 2]]),
+            (LARGEST, ("--variable", "small"), ["dimensionless"], 20000, [[RAMP[:50]]]),
+        ]
+        for version in ("5", "7.3"):
+            for number, (variables, options, units, rate, sweeps) in enumerate(cases):
+                with self.subTest(version=version, case=number):
+                    source = save(self.path(f"rule{number}_v{version.replace('.', '')}.mat"), variables, version)
+                    recording = self.convert_one("convert", source, *options)
+                    self.assertEqual(recording.units, units)
+                    self.assertAlmostEqual(recording.rate_hz, rate, places=2)
+                    self.assertValues(recording, sweeps)
+
+    def test_a_file_with_no_numeric_array_is_refused_by_what_it_holds(self):
+        source = save(self.path("words.mat"), {"note": "text only", "dt": 1e-3}, "5")
+        done = subprocess.run([CONVORA, "convert", source], capture_output=True, text=True,
+                              check=False)
+        self.assertEqual(done.returncode, 1)
+        self.assertIn("no real numeric array", done.stderr)
+        self.assertIn("note (2-D char), dt (double scalar)", done.stderr)
+        self.assertFalse(os.path.exists(self.path("words.ABF")))
+
+    @unittest.skipUnless(HAVE_SAMPLES, "the samples folder is absent")
+    def test_real_files_give_their_largest_array_with_time_along_its_longer_side(self):
+        for name in ("matio_test_le.mat", "matio_test_le_hdf5.mat"):
+            with self.subTest(name):
+                d = scipy.io.loadmat(os.path.join(SAMPLES, "matlab", "matio_test_le.mat"))["d"]
+                recording = self.convert_one("convert", self.copy_sample("matlab", name),
+                                             "--interval", "100")
+                self.assertAlmostEqual(recording.rate_hz, 10000, places=2)
+                self.assertValues(recording, [list(d)])
+
+
+if __name__ == "__main__":
+    main()
