@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "abf/ConvoraError.h"
+#include "abf/PathText.h"
 #include "formats/InterleavedScans.h"
 #include "formats/KeyValueHeader.h"
 #include "formats/RecordingOutput.h"
@@ -77,7 +78,7 @@ void ConvertWinWCP(Workbench& bench) {
     starts.push_back(at + analysisBytes);
   }
   if (rejected > 0) {
-    bench.Prompt().Notice(bench.SelectedFilePath.string() + ": " + std::to_string(rejected) +
+    bench.Prompt().Notice(PathText(bench.SelectedFilePath) + ": " + std::to_string(rejected) +
                           " of " + std::to_string(records) +
                           " records are marked REJECTED; all are converted");
   }
