@@ -47,8 +47,11 @@ class MappedWindows {
   void Unmap(const std::uint8_t* window, std::size_t length);
 
  private:
-  NativeHandle file_;
-  void* mapping_ = nullptr;  // Windows: the mapping object the windows are views of
+#if defined(_WIN32)
+  HANDLE mapping_;  // the object the windows are views of
+#else
+  int file_;
+#endif
 };
 
 }  // namespace
@@ -159,7 +162,7 @@ std::string LastSystemError() {
 }
 
 MappedWindows::MappedWindows(NativeHandle file)
-    : file_(file), mapping_(CreateFileMappingW(file, nullptr, PAGE_READONLY, 0, 0, nullptr)) {}
+    : mapping_(CreateFileMappingW(file, nullptr, PAGE_READONLY, 0, 0, nullptr)) {}
 
 MappedWindows::~MappedWindows() {
   if (mapping_ != nullptr) CloseHandle(mapping_);
