@@ -6,6 +6,7 @@
 
 #include "ProgressLine.h"
 #include "abf/ConvoraError.h"
+#include "abf/PathText.h"
 #include "abf/TemplateFile.h"
 
 namespace convora::cli {
@@ -16,7 +17,7 @@ CommandContext::CommandContext(std::istream& in, std::ostream& out, std::ostream
       prompter_(in, err, StdinIsTerminal()) {}
 
 std::filesystem::path SelectedPathFor(const std::string& argument) {
-  return std::filesystem::absolute(std::filesystem::path(argument)).lexically_normal();
+  return std::filesystem::absolute(PathOfText(argument)).lexically_normal();
 }
 
 std::unique_ptr<Workbench> CommandContext::OpenWorkbench() {
@@ -40,7 +41,7 @@ std::unique_ptr<Workbench> CommandContext::OpenWorkbench() {
   bench->EachFromTemplate = eachFromTemplate;
   bench->List1.Observe([this](const std::filesystem::path& written) {
     prompter_.MakeRoom();
-    out_ << written.string() << '\n' << std::flush;
+    out_ << PathText(written) << '\n' << std::flush;
   });
   return bench;
 }

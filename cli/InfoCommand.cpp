@@ -10,6 +10,7 @@
 #include "Commands.h"
 #include "abf/AbfSummary.h"
 #include "abf/ConvoraError.h"
+#include "abf/PathText.h"
 #include "abf/TemplateFile.h"
 #include "formats/Abf2.h"
 
@@ -64,7 +65,7 @@ double RateOf(const AbfSummary& s) { return s.channelInterval > 0 ? 1e6 / s.chan
 void PrintText(std::ostream& out, const std::filesystem::path& path, const AbfSummary& s) {
   std::string units;
   for (const auto& unit : s.units) units += (units.empty() ? "" : ", ") + unit;
-  out << path.string() << '\n'
+  out << PathText(path) << '\n'
       << "  format:          ABF " << NumberText(s.version) << '\n'
       << "  channels:        " << s.channels << '\n'
       << "  units:           " << units << '\n'
@@ -83,7 +84,7 @@ void PrintText(std::ostream& out, const std::filesystem::path& path, const AbfSu
 std::string JsonObject(const std::filesystem::path& path, const AbfSummary& s) {
   std::string units;
   for (const auto& unit : s.units) units += (units.empty() ? "" : ", ") + JsonString(unit);
-  return "{\"file\": " + JsonString(path.string()) + ", \"version\": " + NumberText(s.version) +
+  return "{\"file\": " + JsonString(PathText(path)) + ", \"version\": " + NumberText(s.version) +
          ", \"channels\": " + std::to_string(s.channels) + ", \"units\": [" + units +
          "], \"sampleIntervalUs\": " + NumberText(s.sampleInterval) +
          ", \"channelIntervalUs\": " + Measure(s.channelInterval) +

@@ -4,6 +4,8 @@
 #include <ostream>
 #include <system_error>
 
+#include "abf/PathText.h"
+
 namespace convora::cli {
 
 ProgressLine::ProgressLine(std::ostream& err, bool terminal, std::size_t files)
@@ -22,7 +24,7 @@ void ProgressLine::Starting(std::size_t index, const std::filesystem::path& file
   const double megabytes = static_cast<double>(bytesDone_) / 1e6;
   std::snprintf(text, sizeof text, "file %zu of %zu, %.1f MB done, %.1f MB/s: ", index + 1, files_,
                 megabytes, megabytes / seconds);
-  std::string line = text + file.filename().string();
+  std::string line = text + PathText(file.filename());
   if (line.size() > 100) line.resize(100);
   Clear();
   err_ << line << std::flush;

@@ -5,20 +5,37 @@
 #include <ostream>
 
 #include "abf/Numbers.h"
+#include "abf/PathText.h"
 
 #ifdef _WIN32
-#include <io.h>
-#define CONVORA_ISATTY(fd) _isatty(fd)
+#include <windows.h>
 #else
 #include <unistd.h>
-#define CONVORA_ISATTY(fd) isatty(fd)
 #endif
 
 namespace convora::cli {
 
-bool StdinIsTerminal() { return CONVORA_ISATTY(0) != 0; }
+#ifdef _WIN32
+namespace {
 
-bool StderrIsTerminal() { return CONVORA_ISATTY(2) != 0; }
+// A console is what has a console mode: _isatty also says yes for NUL, a
+// character device too, and a run given no input would then ask its questions
+// and read their end as Cancel instead of taking the defaults.
+bool IsConsole(DWORD stream) {
+  DWORD mode = 0;
+  return GetConsoleMode(GetStdHandle(stream), &mode) != 0;
+}
+
+}  // namespace
+
+bool StdinIsTerminal() { return IsConsole(STD_INPUT_HANDLE); }
+
+bool StderrIsTerminal() { return IsConsole(STD_ERROR_HANDLE); }
+#else
+bool StdinIsTerminal() { return isatty(0) != 0; }
+
+bool StderrIsTerminal() { return isatty(2) != 0; }
+#endif
 
 std::ostream& TerminalPrompter::Err() {
   MakeRoom();
@@ -100,7 +117,7 @@ void TerminalPrompter::Notice(std::string_view text) {
 }
 
 void TerminalPrompter::ReportError(const std::filesystem::path& subject, std::string_view why) {
-  Err() << "error: " << OneLine(subject.string()) << ": " << OneLine(why) << '\n' << std::flush;
+  Err() << "error: " << OneLine(PathText(subject)) << ": " << OneLine(why) << '\n' << std::flush;
 }
 
 }  // namespace convora::cli

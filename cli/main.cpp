@@ -7,12 +7,15 @@
 
 #include "CommandContext.h"
 #include "Commands.h"
+#include "ProgramArguments.h"
 #include "ProgramFolder.h"
 #include "app/Version.h"
 
 int main(int argc, char** argv) {
   using namespace convora::cli;
-  CommandContext context(std::cin, std::cout, std::cerr, ProgramFolder(argv[0]));
+  const ProgramArguments arguments(argc, argv);
+  ShowUtf8OnConsole();
+  CommandContext context(std::cin, std::cout, std::cerr, ProgramFolder(arguments.Values()[0]));
 
   CLI::App app{"Convora: converts electrophysiology recordings to ABF 1.x and edits ABF files",
                "convora"};
@@ -42,7 +45,7 @@ int main(int argc, char** argv) {
   AddAsciiCommands(app, context);
 
   try {
-    app.parse(argc, argv);
+    app.parse(arguments.Count(), arguments.Values());
   } catch (const CLI::Success& e) {
     return app.exit(e);
   } catch (const CLI::ParseError& e) {

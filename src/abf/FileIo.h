@@ -51,10 +51,11 @@ class OutputFile {
   // Safe to call from several threads at once: the writes take turns.
   void WriteAt(std::int64_t offset, std::span<const std::uint8_t> bytes);
   // Copies `count` bytes of `source` from `from` to `to` in this file in one
-  // copy, the kernel's, from the source's cached pages into this file's
-  // (Linux: the source is mapped a window at a time and written from there).
-  // Returns how many bytes were copied that way, which may be fewer, or none;
-  // the caller copies the rest itself. Threads may copy stretches at once.
+  // copy, the kernel's, from the source's cached pages into this file's (on
+  // Linux and Windows the source is mapped a window at a time and written from
+  // there). Returns how many bytes were copied that way, which may be fewer,
+  // or none; the caller copies the rest itself. Threads may copy stretches at
+  // once.
   std::int64_t CopyFromMapping(const SourceFile& source, std::int64_t from, std::int64_t to,
                                std::int64_t count);
   // Flushes and closes; throws when the data did not reach the file.

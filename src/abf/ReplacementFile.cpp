@@ -6,13 +6,10 @@
 #include <string>
 #include <system_error>
 
-#if defined(__unix__) || defined(__APPLE__)
-#include <fcntl.h>
-#include <unistd.h>
-#endif
-
 #include "abf/AbfOutput.h"
 #include "abf/ConvoraError.h"
+#include "abf/NativeFile.h"
+#include "abf/PathText.h"
 
 namespace convora {
 namespace {
@@ -21,28 +18,15 @@ namespace {
 std::filesystem::path TemporaryNameFor(const std::filesystem::path& target) {
   static const unsigned run = std::random_device{}();
   static std::atomic<unsigned> counter{0};
-  std::string prefix = target.filename().string();
+  std::string prefix = PathText(target.filename());
   prefix.insert(0, ".");
   prefix.append(".convora-").append(std::to_string(run));
   for (;;) {
     std::filesystem::path candidate =
-        target.parent_path() / std::string(prefix).append("-").append(std::to_string(counter++));
+        target.parent_path() / PathOfText(prefix + "-" + std::to_string(counter++));
     std::error_code ec;
     if (!std::filesystem::exists(candidate, ec)) return candidate;
   }
-}
-
-// Makes the content durable before the rename makes it visible.
-void FlushToDisk(const std::filesystem::path& path) {
-#if defined(__unix__) || defined(__APPLE__)
-  const int fd = ::open(path.c_str(), O_RDONLY);
-  if (fd < 0) return;
-  const bool synced = ::fsync(fd) == 0;
-  ::close(fd);
-  if (!synced) throw ConvoraError("cannot flush " + path.string() + " to disk");
-#else
-  (void)path;
-#endif
 }
 
 }  // namespace
@@ -64,8 +48,8 @@ ReplacementFile::ReplacementFile(const std::filesystem::path& target,
   } catch (const std::exception& e) {
     file_.reset();
     std::filesystem::remove(temporary_, ec);
-    throw ConvoraError("cannot copy " + startFrom->string() + " to " +
-                       target.parent_path().string() + " (" + e.what() + ")");
+    throw ConvoraError("cannot copy " + PathText(*startFrom) + " to " +
+                       PathText(target.parent_path()) + " (" + e.what() + ")");
   }
 }
 
@@ -78,10 +62,13 @@ ReplacementFile::~ReplacementFile() {
 
 void ReplacementFile::Commit() {
   file_->Close();
-  if (replacing_) FlushToDisk(temporary_);
-  std::error_code ec;
-  std::filesystem::rename(temporary_, target_, ec);
-  if (ec) throw ConvoraError("cannot replace " + target_.string() + " (" + ec.message() + ")");
+  // Made durable before the rename makes it visible.
+  if (replacing_ && !FlushToDisk(temporary_)) {
+    throw ConvoraError("cannot flush " + PathText(temporary_) + " to disk");
+  }
+  if (!RenameOver(temporary_, target_)) {
+    throw ConvoraError("cannot replace " + PathText(target_) + " (" + LastSystemError() + ")");
+  }
   committed_ = true;
 }
 

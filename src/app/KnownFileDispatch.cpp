@@ -4,6 +4,7 @@
 
 #include "abf/FileIo.h"
 #include "abf/LittleEndian.h"
+#include "abf/PathText.h"
 
 namespace convora {
 
@@ -33,7 +34,7 @@ void ConvertKnownFile(Workbench& bench,
   for (const RecognitionRow* row : matches) RunRow(bench, *row);
   if (!matches.empty()) return;
 
-  const std::string text = "This file (" + bench.SelectedFilePath.filename().string() +
+  const std::string text = "This file (" + PathText(bench.SelectedFilePath.filename()) +
                            ") has unrecognizable data file format.  Would you like to proceed "
                            "with unknown binary file conversion?";
   if (bench.Prompt().AskYesNo({"unknown", "Unknown Data File", text})) {

@@ -7,6 +7,7 @@
 
 #include "abf/ByteOrder.h"
 #include "abf/ConvoraError.h"
+#include "abf/PathText.h"
 #include "formats/InterleavedScans.h"
 #include "formats/RecordingOutput.h"
 #include "formats/SourceValues.h"
@@ -246,7 +247,7 @@ void ConvertAcq(Workbench& bench, ByteOrder order) {
   if (recording.scansPerSweep < 1) throw ConvoraError("the channels hold no samples");
   recording.channelIntervalUs = file.intervalUs * static_cast<double>(divider);
   if (!slower.empty()) {
-    bench.Prompt().Notice(bench.SelectedFilePath.string() +
+    bench.Prompt().Notice(PathText(bench.SelectedFilePath) +
                           ": not converted, sampled slower than the channels kept: " + slower);
   }
   const bool oneType = std::all_of(kept.begin(), kept.end(), [&](const AcqChannel* channel) {

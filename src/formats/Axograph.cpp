@@ -17,6 +17,7 @@
 #include "abf/LittleEndian.h"
 #include "abf/Numbers.h"
 #include "abf/Parallel.h"
+#include "abf/PathText.h"
 #include "abf/SampleScaling.h"
 #include "abf/ValueStream.h"
 
@@ -190,7 +191,7 @@ void TellWhatChanged(Workbench& bench, const std::vector<SignalColumn>& columns,
                      const std::vector<std::vector<std::int64_t>>& unstored, std::int64_t points) {
   for (std::size_t k = 0; k < columns.size(); ++k) {
     const std::string where =
-        bench.SelectedFilePath.string() + ": channel " + std::to_string(k + 1) + ": ";
+        PathText(bench.SelectedFilePath) + ": channel " + std::to_string(k + 1) + ": ";
     if (columns[k].unitFactor == 0.0) {
       bench.Prompt().Notice(where + "its title names no unit, (A) or (V), nor does an earlier "
                                     "column's, so its values are stored as 0");

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "abf/ConvoraError.h"
+#include "abf/PathText.h"
 #include "formats/RecordingOutput.h"
 #include "formats/SourceValues.h"
 
@@ -213,7 +214,7 @@ class SectionReader : public ScanReader {
 void ConvertCFS(Workbench& bench) {
   SourceFile source(bench.SelectedFilePath);
   const CfsFile file = ReadCfs(source);
-  const std::string where = bench.SelectedFilePath.string() + ": ";
+  const std::string where = PathText(bench.SelectedFilePath) + ": ";
   const auto& first = file.sections.front();
 
   // The channels sampled at the shortest step of the first section.

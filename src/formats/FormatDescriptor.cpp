@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <cctype>
 
+#include "abf/PathText.h"
+
 namespace convora {
 namespace {
 
 template <typename Change>
 std::string PathWith(const std::filesystem::path& path, Change change) {
-  std::string text = path.string();
+  std::string text = PathText(path);
   for (char& c : text) c = static_cast<char>(change(static_cast<unsigned char>(c)));
   return text;
 }
@@ -35,7 +37,7 @@ RecognitionInput MakeRecognitionInput(std::span<const std::uint8_t> firstBytes, 
 }
 
 void TellNoConverter(Workbench& bench, const FormatDescriptor& format) {
-  const std::string path = bench.SelectedFilePath.string();
+  const std::string path = PathText(bench.SelectedFilePath);
   if (!format.unpublished.empty()) {
     bench.Prompt().Notice(path + ": " + std::string(format.unpublished) + "; nothing written");
     return;

@@ -12,6 +12,7 @@
 #include "abf/ConvoraError.h"
 #include "abf/LittleEndian.h"
 #include "abf/Numbers.h"
+#include "abf/PathText.h"
 #include "abf/SampleScaling.h"
 #include "abf/SweepLayout.h"
 
@@ -323,7 +324,7 @@ std::filesystem::path WriteRecording(Workbench& bench, const Recording& recordin
     for (std::size_t c = kept; c < channels; ++c) {
       names += (c > kept ? ", " : "") + ChannelLabel(recording.channels[c], c);
     }
-    bench.Prompt().Notice(bench.SelectedFilePath.string() + ": an ABF 1.x file holds " +
+    bench.Prompt().Notice(PathText(bench.SelectedFilePath) + ": an ABF 1.x file holds " +
                           std::to_string(kMaxAbfChannels) + " channels; left out: " + names);
   }
 

@@ -9,6 +9,7 @@
 
 #include "abf/AbfSummary.h"
 #include "abf/ConvoraError.h"
+#include "abf/PathText.h"
 #include "formats/RecordingOutput.h"
 #include "formats/SourceValues.h"
 
@@ -308,7 +309,7 @@ void ConvertSpike2(Workbench& bench) {
     scans = std::min(scans, wave.samples - lead / interval);
     aligned.push_back(std::move(wave));
   }
-  const std::string where = bench.SelectedFilePath.string() + ": ";
+  const std::string where = PathText(bench.SelectedFilePath) + ": ";
   if (!others.empty()) bench.Prompt().Notice(where + "not converted: " + Names(others));
   Recording recording;
   for (const Wave& wave : aligned) {

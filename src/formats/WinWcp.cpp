@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "abf/ConvoraError.h"
+#include "abf/PathText.h"
 #include "formats/InterleavedScans.h"
 #include "formats/KeyValueHeader.h"
 #include "formats/RecordingOutput.h"
@@ -129,7 +130,7 @@ void ConvertWinWCP(Workbench& bench) {
     starts.push_back(at + analysisBytes);
   }
   if (rejectedCount > 0) {
-    bench.Prompt().Notice(bench.SelectedFilePath.string() + ": " +
+    bench.Prompt().Notice(PathText(bench.SelectedFilePath) + ": " +
                           RejectedRecords(rejected, rejectedCount) + " marked REJECTED" +
                           (bench.SkipRejected ? " and left out"
                                               : "; all are converted (--skip-rejected, or \"Leave "

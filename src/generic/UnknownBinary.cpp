@@ -6,6 +6,7 @@
 
 #include "abf/ConvoraError.h"
 #include "abf/Numbers.h"
+#include "abf/PathText.h"
 #include "abf/SampleScaling.h"
 #include "abf/ValueStream.h"
 #include "generic/DataBlock.h"
@@ -71,7 +72,7 @@ void TellOfSettingsReadAsZero(Workbench& bench, const BinarySettings& settings) 
       {"scale factor", &settings.scaleFactor},   {"channel count", &settings.channels}};
   for (const auto& [name, text] : numbers) {
     if (LeadingNumberIfAny(*text)) continue;
-    bench.Prompt().Notice(bench.SelectedFilePath.string() + ": the " + name + " \"" + *text +
+    bench.Prompt().Notice(PathText(bench.SelectedFilePath) + ": the " + name + " \"" + *text +
                           "\" is not a number and is read as 0");
   }
 }

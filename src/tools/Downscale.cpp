@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,7 @@
 #include "abf/ConvoraError.h"
 #include "abf/FileIo.h"
 #include "abf/Numbers.h"
+#include "abf/PathText.h"
 #include "abf/ReplacementFile.h"
 #include "tools/AbfTools.h"
 #include "tools/ToolSteps.h"
@@ -145,19 +147,21 @@ void SetScaledGains(AbfHeader& header, const Recording& r) {
 std::filesystem::path AskOutputPath(Workbench& bench) {
   const std::string answer = bench.Prompt()
                                  .AskInput({"output", "Please enter the name of new data file.",
-                                            "File Nmae", bench.SelectedFilePath.string()})
+                                            "File Nmae", PathText(bench.SelectedFilePath)})
                                  .value_or("");
   if (answer.empty()) throw ConvoraError("no name was given for the new data file");
-  return std::filesystem::absolute(std::filesystem::path(answer)).lexically_normal();
+  return std::filesystem::absolute(PathOfText(answer)).lexically_normal();
 }
 
 }  // namespace
 
 void DownscaleAbfFile(Workbench& bench) {
   if (!LoadSelectedAbfHeader(bench)) return;
-  SourceFile source(bench.SelectedFilePath);
-  Recording r = Describe(bench.WorkHeader, source.Length());
-  FindPeaks(source, r);
+  // Closed before the rescaled file takes its place, as it does by default:
+  // Windows puts no file in the place of one still open.
+  std::optional<SourceFile> source(std::in_place, bench.SelectedFilePath);
+  Recording r = Describe(bench.WorkHeader, source->Length());
+  FindPeaks(*source, r);
   ChooseScaleFactors(r);
   SetScaledGains(bench.WorkHeader, r);
 
@@ -170,12 +174,13 @@ void DownscaleAbfFile(Workbench& bench) {
   rescaled.WriteAt(0, bench.WorkHeader.Bytes());
   DataSectionWriter writer(rescaled.File(), r.samples.offset);
   const std::size_t n = r.channels.size();
-  ForEachScanChunk(source, r, [&](std::vector<std::int16_t>& counts) {
+  ForEachScanChunk(*source, r, [&](std::vector<std::int16_t>& counts) {
     for (std::size_t i = 0; i < counts.size(); ++i) {
       counts[i] = r.Rescaled(r.channels[i % n], counts[i]).value();
     }
     writer.WriteSamples(counts);
   });
+  source.reset();
   rescaled.Commit();
   bench.List1.Add(output);
 }

@@ -11,6 +11,7 @@
 #include "abf/FileIo.h"
 #include "abf/GaussianFilter.h"
 #include "abf/Numbers.h"
+#include "abf/PathText.h"
 #include "abf/ReplacementFile.h"
 #include "tools/AbfTools.h"
 #include "tools/ToolSteps.h"
@@ -85,7 +86,7 @@ void TellOfTextComparison(Workbench& bench, const std::string& pre, const std::s
     const std::string padded = std::string(digits(pre) - digits(wanted), '0') + wanted;
     hint = "written as \"" + padded + "\" (--new " + padded + "), the new frequency passes";
   }
-  bench.Prompt().Notice(bench.SelectedFilePath.string() + ": the frequencies are compared as " +
+  bench.Prompt().Notice(PathText(bench.SelectedFilePath) + ": the frequencies are compared as " +
                         "texts, and \"" + pre + "\" does not sort after \"" + wanted +
                         "\"; " + hint);
 }
@@ -99,7 +100,7 @@ AfterFile FilterAbfFile(Workbench& bench) {
     // Multi-channel files get the channel question, then are left alone:
     // there is no multi-channel filtering.
     AskChannelNumber(bench);
-    bench.Prompt().Notice(bench.SelectedFilePath.string() +
+    bench.Prompt().Notice(PathText(bench.SelectedFilePath) +
                           ": not filtered: the Gaussian filter works on one-channel files, and "
                           "this file has " +
                           std::to_string(header.Get(abf::nADCNumChannels)) +

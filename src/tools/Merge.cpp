@@ -11,6 +11,7 @@
 #include "abf/ConvoraError.h"
 #include "abf/FileIo.h"
 #include "abf/Numbers.h"
+#include "abf/PathText.h"
 #include "abf/ReplacementFile.h"
 #include "abf/TemplateFile.h"
 #include "tools/AbfTools.h"
@@ -40,7 +41,7 @@ ListedFile Examine(const std::filesystem::path& path) {
   try {
     listed.samples = LocateSamples(listed.header, file.Length());
   } catch (const ConvoraError& e) {
-    throw ConvoraError(path.string() + ": " + e.what());
+    throw ConvoraError(PathText(path) + ": " + e.what());
   }
   return listed;
 }
@@ -52,7 +53,7 @@ void CheckMergeable(const std::vector<ListedFile>& files, const std::filesystem:
   std::error_code ec;
   for (const ListedFile& file : files) {
     if (std::filesystem::equivalent(file.path, output, ec)) {
-      throw ConvoraError("the merged file would replace " + file.path.string() +
+      throw ConvoraError("the merged file would replace " + PathText(file.path) +
                          ", which is being merged");
     }
   }
@@ -63,7 +64,7 @@ void CheckMergeable(const std::vector<ListedFile>& files, const std::filesystem:
       const std::int64_t tail = 2 * (source.count - kMergeBlockSamples);
       const std::int64_t appendAt = files.front().samples.offset + 2 * total;
       if (source.offset + tail < 0 || appendAt + tail < 0) {
-        throw ConvoraError(files[k].path.string() + ": its last 512 bytes of samples would be "
+        throw ConvoraError(PathText(files[k].path) + ": its last 512 bytes of samples would be "
                            "read or written before the start of a file");
       }
     }
@@ -141,8 +142,8 @@ void TellOfDifferentSettings(Workbench& bench, const std::vector<ListedFile>& fi
     if (differences.empty()) continue;
     std::string list;
     for (const std::string& d : differences) list += (list.empty() ? "" : ", ") + d;
-    bench.Prompt().Notice(files[k].path.string() + ": merged under the settings of " +
-                          files.front().path.string() + ", which differ from its own: " + list +
+    bench.Prompt().Notice(PathText(files[k].path) + ": merged under the settings of " +
+                          PathText(files.front().path) + ", which differ from its own: " + list +
                           " (its own value, then the first file's)");
   }
 }
@@ -158,7 +159,7 @@ bool AddToMergeList(Workbench& bench, std::vector<std::filesystem::path>& mergeL
   }
   bench.Prompt().ShowMessage(
       "Not an ABF File",
-      file.string() + " is NOT an Axon Binary File.  You can only merge ABF files.");
+      PathText(file) + " is NOT an Axon Binary File.  You can only merge ABF files.");
   return false;
 }
 
@@ -174,7 +175,7 @@ void MergeAbfFiles(Workbench& bench, std::vector<std::filesystem::path>& mergeLi
                      "Please enter the name of file without extension for resulting merged file.",
                      "Enter File Name", "ABFMerge"})
           .value_or("");
-  const std::filesystem::path output = folder / (name + ".ABF");
+  const std::filesystem::path output = folder / PathOfText(name + ".ABF");
 
   std::vector<ListedFile> files;
   for (const auto& path : mergeList) files.push_back(Examine(path));

@@ -3,6 +3,7 @@
 
 #include "abf/AsciiText.h"
 #include "abf/Numbers.h"
+#include "abf/PathText.h"
 #include "tools/AbfTools.h"
 #include "tools/ToolSteps.h"
 
@@ -20,7 +21,7 @@ void ChangeUnitAndScaleFactor(Workbench& bench) {
   // A position past the file's channels is still edited, as it always was,
   // when the sampling sequence names a channel there; the user hears of it.
   if (const double position = LeadingNumber(answer); position > channels && channels > 0) {
-    bench.Prompt().Notice(bench.SelectedFilePath.string() + ": channel " + answer +
+    bench.Prompt().Notice(PathText(bench.SelectedFilePath) + ": channel " + answer +
                           " is beyond this file's " + std::to_string(channels) +
                           " channels; editing physical channel " + std::to_string(channel) +
                           ", which position " + answer + " of its sampling sequence names");

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "abf/ConvoraError.h"
+#include "abf/PathText.h"
 
 namespace convora {
 
@@ -38,7 +39,7 @@ void FileRunner::RunOnEach(const std::vector<std::filesystem::path>& files, cons
   bool stopped = false;
   for (const std::filesystem::path& file : files) {
     if (stopped) {
-      bench_.Prompt().Notice(file.string() + ": not processed, the run ended at an earlier file");
+      bench_.Prompt().Notice(PathText(file) + ": not processed, the run ended at an earlier file");
       continue;
     }
     stopped = RunOn(file, action) == AfterFile::kStopTool;

@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "abf/PathText.h"
+
 namespace convora {
 namespace {
 
@@ -23,8 +25,7 @@ std::filesystem::path JoinFolderAndName(std::string_view folder, std::string_vie
     joined += static_cast<char>(std::filesystem::path::preferred_separator);
   }
   joined += name;
-  // Browser texts are UTF-8 on every platform.
-  return std::filesystem::path(std::u8string(joined.begin(), joined.end()));
+  return PathOfText(joined);
 }
 
 }  // namespace convora

@@ -1,5 +1,7 @@
 #include "workbench/ScriptedPrompter.h"
 
+#include "abf/PathText.h"
+
 namespace convora {
 
 void ScriptedPrompter::ShowMessage(std::string_view title, std::string_view text) {
@@ -33,7 +35,7 @@ void ScriptedPrompter::Notice(std::string_view text) {
 }
 
 void ScriptedPrompter::ReportError(const std::filesystem::path& subject, std::string_view why) {
-  transcript_.push_back("error: " + subject.string() + ": " + std::string(why));
+  transcript_.push_back("error: " + PathText(subject) + ": " + std::string(why));
 }
 
 }  // namespace convora

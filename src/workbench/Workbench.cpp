@@ -5,6 +5,7 @@
 
 #include "abf/ConvoraError.h"
 #include "abf/Numbers.h"
+#include "abf/PathText.h"
 
 namespace convora {
 
@@ -26,18 +27,18 @@ std::filesystem::path Workbench::OutputPathFor(std::string_view extension) {
     std::error_code ec;
     std::filesystem::create_directories(OutputFolder, ec);
     if (ec) {
-      throw ConvoraError("cannot make the output folder " + OutputFolder.string() + " (" +
+      throw ConvoraError("cannot make the output folder " + PathText(OutputFolder) + " (" +
                          ec.message() + ")");
     }
   }
   std::error_code ec;
   if (NoOverwrite && std::filesystem::exists(output, ec)) {
-    throw ConvoraError(output.string() + " exists already, and --no-overwrite keeps it");
+    throw ConvoraError(PathText(output) + " exists already, and --no-overwrite keeps it");
   }
   const auto earlier = writtenFrom_.find(output);
   if (earlier != writtenFrom_.end() && earlier->second != SelectedFilePath) {
-    prompter_.Notice(SelectedFilePath.string() + ": its output " + output.string() +
-                     " was written from " + earlier->second.string() +
+    prompter_.Notice(PathText(SelectedFilePath) + ": its output " + PathText(output) +
+                     " was written from " + PathText(earlier->second) +
                      " earlier in this run and is now written over (the name is cut at the "
                      "first \".\")");
   }
@@ -70,7 +71,7 @@ std::filesystem::path WriteAbfOutput(Workbench& bench, const AbfHeader& header,
 void TellCarriedChannelCount(Workbench& bench, const AbfHeader& header) {
   const std::int16_t channels = header.Get(abf::nADCNumChannels);
   if (channels == 1) return;
-  bench.Prompt().Notice(bench.SelectedFilePath.string() + ": nADCNumChannels " +
+  bench.Prompt().Notice(PathText(bench.SelectedFilePath) + ": nADCNumChannels " +
                         std::to_string(channels) +
                         " is carried over from the template or an earlier conversion of this "
                         "run, but this file holds one channel, so readers misread it; convert "

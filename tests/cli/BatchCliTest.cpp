@@ -13,12 +13,15 @@ TEST(BatchCli, AFolderTreeConvertsIntoAMirroredOutputFolderAndIsNotWrittenOverTw
   WriteFile(dir / "in" / "b.dat", Bytes(8, 1));
   WriteFile(dir / "in" / "a.dat", Bytes(8, 2));
   WriteFile(dir / "in" / "sub" / "deeper" / "c.dat", Bytes(8, 3));
-  const std::string out = (dir / "out").string() + "/";
+  // An output as the program names it, with the system's separators.
+  const auto out = [&](const std::string& name) {
+    return (dir / "out" / name).make_preferred().string() + "\n";
+  };
 
-  EXPECT_EQ(Convora(dir, "--output-dir out binary in").out, out + "a.ABF\n" + out + "b.ABF\n");
+  EXPECT_EQ(Convora(dir, "--output-dir out binary in").out, out("a.ABF") + out("b.ABF"));
   const Outcome tree = Convora(dir, "--recursive --output-dir out binary in");
   EXPECT_EQ(tree.status, 0);
-  EXPECT_EQ(tree.out, out + "a.ABF\n" + out + "b.ABF\n" + out + "sub/deeper/c.ABF\n");
+  EXPECT_EQ(tree.out, out("a.ABF") + out("b.ABF") + out("sub/deeper/c.ABF"));
   EXPECT_EQ(ReadFile(dir / "out" / "sub" / "deeper" / "c.ABF").back(), 3);
 
   const Bytes before = ReadFile(dir / "out" / "a.ABF");
@@ -26,8 +29,9 @@ TEST(BatchCli, AFolderTreeConvertsIntoAMirroredOutputFolderAndIsNotWrittenOverTw
   const Outcome again = Convora(dir, "--no-overwrite --output-dir out binary in");
   EXPECT_EQ(again.status, 1);
   EXPECT_EQ(again.out, "");
-  EXPECT_TRUE(HasLine(again.err, "error: " + (dir / "in" / "a.dat").string() + ": " + out +
-                                     "a.ABF exists already, and --no-overwrite keeps it\n"));
+  EXPECT_TRUE(HasLine(again.err, "error: " + (dir / "in" / "a.dat").string() + ": " +
+                                     (dir / "out" / "a.ABF").string() +
+                                     " exists already, and --no-overwrite keeps it\n"));
   EXPECT_EQ(ReadFile(dir / "out" / "a.ABF"), before);
 }
 

@@ -1,7 +1,6 @@
 #pragma once
 // Runs the real convora program for the command-line tests.
 
-#include <cstdlib>
 #include <string>
 
 #include "support/TestSupport.h"
@@ -9,22 +8,14 @@
 namespace convora::test {
 
 struct Outcome {
-  int status;
+  int status;  // -1 when the program did not end by itself
   std::string out;
   std::string err;
 };
 
-// Runs convora in `folder` with stdin from /dev/null (no terminal).
-inline Outcome Convora(const TempDir& folder, const std::string& arguments) {
-  const auto out = folder / ".stdout";
-  const auto err = folder / ".stderr";
-  const std::string command = "cd '" + folder.Path().string() + "' && '" CONVORA_EXE "' " +
-                              arguments + " </dev/null >'" + out.string() + "' 2>'" +
-                              err.string() + "'";
-  const int raw = std::system(command.c_str());
-  const auto text = [](const Bytes& bytes) { return std::string(bytes.begin(), bytes.end()); };
-  return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, text(ReadFile(out)), text(ReadFile(err))};
-}
+// Runs convora in `folder` with no input (no terminal). `arguments` are split
+// as a POSIX shell splits them: blanks part words, single quotes keep blanks.
+Outcome Convora(const TempDir& folder, const std::string& arguments);
 
 // Whether a line of `text` starts with `start`; end `start` with "\n" to match a whole line.
 inline bool HasLine(const std::string& text, const std::string& start) {

@@ -4,6 +4,7 @@
 
 #include "CliRunner.h"
 #include "abf/AbfHeader.h"
+#include "abf/PathText.h"
 #include "abf/TemplateFile.h"
 
 namespace convora::test {
@@ -21,14 +22,31 @@ TEST(Cli, BinaryWritesWhatItCanWithTheChosenTemplateAndReportsTheRest) {
                                    "missing.dat sub/folder ./sub/../sub/b.raw");
   EXPECT_EQ(run.status, 1);
   EXPECT_EQ(run.out, (dir / "a.ABF").string() + "\n" + (dir / "sub" / "b.ABF").string() + "\n");
-  const std::string error = "error: " + dir.Path().string() + "/";
-  EXPECT_TRUE(HasLine(run.err, error + "missing.dat: the file does not exist\n")) << run.err;
-  EXPECT_TRUE(HasLine(run.err, error + "sub/folder: ")) << run.err;
+  EXPECT_TRUE(HasLine(run.err, "error: " + (dir / "missing.dat").string() +
+                                   ": the file does not exist\n")) << run.err;
+  EXPECT_TRUE(HasLine(run.err, "error: " + (dir / "sub" / "folder").string() + ": ")) << run.err;
   // Data from block 16 of 512 bytes: (100 - 10) / 2 = 45 samples of 2 bytes.
   const Bytes a = ReadFile(dir / "a.ABF");
   EXPECT_EQ(a.size(), 16u * 512 + 90);
   EXPECT_EQ(HeaderOf(a).Get(abf::fADCSampleInterval), 50.0f);
   EXPECT_EQ(HeaderOf(a).Get(abf::lActualAcqLength), 45);
+}
+
+// Names reach the program, its files and its messages as UTF-8 on every
+// system, Windows' wide-character one included.
+TEST(Cli, NamesWithLettersBeyondAsciiAndBlanksAreConvertedAndReported) {
+  TempDir dir;
+  const std::filesystem::path folder = dir.Path() / u8"données de cellule";
+  std::filesystem::create_directories(folder);
+  WriteFile(folder / u8"ré cording.dat", ByteBuilder().Int16LE(1).Int16LE(-2).Int16LE(3).Get());
+  const Outcome run =
+      Convora(dir, "binary 'données de cellule/ré cording.dat' 'données de cellule/Δt absent.dat'");
+  EXPECT_EQ(run.status, 1);
+  const std::filesystem::path output = folder / u8"ré cording.ABF";
+  EXPECT_EQ(run.out, PathText(output) + "\n");
+  EXPECT_EQ(SamplesOf(ReadFile(output), 4), (std::vector<std::int16_t>{1, -2, 3}));
+  EXPECT_TRUE(HasLine(run.err, "error: " + PathText(folder / u8"Δt absent.dat") +
+                                   ": the file does not exist\n")) << run.err;
 }
 
 TEST(Cli, ExitStatusesOfVersionUsageErrorsAndAMissingTemplate) {

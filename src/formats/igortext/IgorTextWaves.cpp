@@ -13,6 +13,7 @@
 
 #include "abf/ConvoraError.h"
 #include "abf/Numbers.h"
+#include "abf/PathText.h"
 #include "abf/TextLines.h"
 #include "formats/RecordingOutput.h"
 #include "formats/SourceValues.h"
@@ -305,7 +306,7 @@ class WaveReader : public ScanReader {
 void ConvertPulseItx2(Workbench& bench) {
   SourceFile source(bench.SelectedFilePath);
   const Layout layout = ReadLayout(source);
-  const std::string where = bench.SelectedFilePath.string() + ": ";
+  const std::string where = PathText(bench.SelectedFilePath) + ": ";
   if (!layout.textWaves.empty()) {
     std::string names;
     for (const auto& name : layout.textWaves) names += (names.empty() ? "" : ", ") + name;

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "abf/ConvoraError.h"
+#include "abf/PathText.h"
 #include "formats/RecordingOutput.h"
 #include "formats/matlab/VariableCheck.h"
 
@@ -414,7 +415,7 @@ void ConvertStructures(Workbench& bench, SlabReader& read, const Candidate& chos
   }
   if (!leftOut.empty()) {
     bench.Prompt().Notice(
-        bench.SelectedFilePath.string() +
+        PathText(bench.SelectedFilePath) +
         ": channel structures of another length or interval left out: " + leftOut);
   }
   const ChannelStructure& first = chosen.channels[0];
@@ -491,9 +492,5 @@ void ConvertMatLab(Workbench& bench) {
     ConvertArray(bench, read, chosen, all);
   }
 }
-
-const FormatDescriptor kMatlabFormat{
-    "MATLAB file", [](const RecognitionInput& in) { return in.ProbeStartsWith("MATLAB"); },
-    ConvertMatLab};
 
 }  // namespace convora

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "abf/ConvoraError.h"
+#include "abf/PathText.h"
 #include "formats/RecordingOutput.h"
 #include "formats/SourceValues.h"
 #include "formats/patchmaster/PulseTree.h"
@@ -93,7 +94,7 @@ std::string NamesOf(const Series& series, const std::vector<std::size_t>& channe
 // nothing written, when it holds no samples.
 bool WriteSeries(Workbench& bench, SourceFile& source, const Series& series, std::size_t number,
                  std::string_view ending) {
-  const std::string where = bench.SelectedFilePath.string() + ": series " + std::to_string(number) +
+  const std::string where = PathText(bench.SelectedFilePath) + ": series " + std::to_string(number) +
                             " (" + series.label + "): ";
   if (series.sweeps.empty() || series.channels.empty()) {
     bench.Prompt().Notice(where + "left out, for holding no sweep with traces");

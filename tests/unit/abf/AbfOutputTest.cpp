@@ -72,6 +72,9 @@ TEST(CopyBytes, EveryWayOfCopyingWritesTheSameBytes) {
 // opens it again by name), so the copy falls back on reading through the
 // buffer from the open file, and still writes every byte.
 TEST(CopyBytes, ASourceThatCannotBeMappedIsCopiedThroughTheBuffer) {
+#ifdef _WIN32
+  GTEST_SKIP() << "Windows removes no file that is open, which is how this source loses its name";
+#endif
   test::TempDir dir;
   test::Bytes bytes(3 << 20);
   for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<std::uint8_t>(i * 13 + i / 251);

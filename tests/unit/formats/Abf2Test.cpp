@@ -110,7 +110,8 @@ TEST_F(Abf2Test, WhatCannotBeReadIsRefusedByName) {
       {{.dataEntries = 1000}, "data section"},
   };
   for (const auto& [abf2, why] : refused) {
-    test::ExpectError(f, ConvertAbf2, "cell.abf", Make(abf2), why);
+    // Not "cell.abf": where names ignore case, cell.ABF, checked for, is the source.
+    test::ExpectError(f, ConvertAbf2, "cell.dat", Make(abf2), why);
   }
 }
 
