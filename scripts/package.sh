@@ -17,7 +17,13 @@ head -c 4000 /dev/zero > "$scratch/raw.dat"
 /usr/bin/convora --version
 written="$(/usr/bin/convora binary --interval 50 "$scratch/raw.dat")"
 test "$written" = "$scratch/raw.ABF"
+printf 'IGOR\rWAVES\twave0\rBEGIN\r\t-1e-12\r\t1e-12\rEND\r' > "$scratch/wave.itx"
+written="$(/usr/bin/convora convert --interval 50 "$scratch/wave.itx")"
+test "$written" = "$scratch/wave.ABF"
+# The installed window finds its template and draws itself (exit 3 without it).
+QT_QPA_PLATFORM=offscreen /usr/bin/convora-gui --screenshot "$scratch/window.png"
+test -s "$scratch/window.png"
 test -f /usr/share/applications/convora.desktop
 test -f /usr/share/man/man1/convora.1
 rm -r "$scratch"
-echo "package: installed, converted with the installed template, removed"
+echo "package: installed; convert, binary and the window ran from the installed paths; removed"
