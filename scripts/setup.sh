@@ -16,18 +16,5 @@ packages=(
   xvfb xauth                       # a display for the window's screenshot without a screen
 )
 
-missing=()
-for package in "${packages[@]}"; do
-  dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" ||
-    missing+=("$package")
-done
-if [ ${#missing[@]} -eq 0 ]; then
-  echo "setup: everything needed is installed"
-  exit 0
-fi
-
-as_root=()
-if [ "$(id -u)" -ne 0 ]; then as_root=(sudo); fi
-echo "setup: installing ${missing[*]}"
-"${as_root[@]}" apt-get update -qq
-DEBIAN_FRONTEND=noninteractive "${as_root[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}"
+source "$(dirname "$0")/install_missing.sh"
+install_missing setup "${packages[@]}"

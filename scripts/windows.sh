@@ -13,19 +13,8 @@ packages=(
   wine wine64                   # runs the template generator and the tests
   libcli11-dev libgtest-dev     # CLI11's headers and GoogleTest's sources
 )
-missing=()
-for package in "${packages[@]}"; do
-  dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" ||
-    missing+=("$package")
-done
-if [ ${#missing[@]} -gt 0 ]; then
-  as_root=()
-  if [ "$(id -u)" -ne 0 ]; then as_root=(sudo); fi
-  echo "windows: installing ${missing[*]}"
-  "${as_root[@]}" apt-get update -qq
-  DEBIAN_FRONTEND=noninteractive "${as_root[@]}" apt-get install -y -qq --no-install-recommends \
-    "${missing[@]}" >/dev/null
-fi
+source scripts/install_missing.sh
+install_missing windows "${packages[@]}"
 
 # Wine in a prefix of its own, thrown away afterwards; no display, no Mono or
 # Gecko installers, no debugging chatter.
