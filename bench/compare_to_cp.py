@@ -255,6 +255,14 @@ def write_smr(name, size):
                 out.write(samples[c * items:(c + 1) * items].tobytes())
 
 
+def write_mat(name, size):
+    """An uncompressed version 5 MAT-file: two float32 channels (samples x 2) and a dt scalar."""
+    import scipy.io
+    rng = numpy.random.default_rng(10)
+    data = (rng.standard_normal((size // 8, 2)) * 1e-11).astype("<f4")
+    scipy.io.savemat(path(name), {"data": data, "dt": 1e-4}, do_compression=False)
+
+
 def write_acq(name, size):
     """A PC AcqKnowledge 3.x graph (revision 36) of two int16 channels at 100 kHz."""
     scans = size // 4
@@ -311,7 +319,8 @@ def main():
                                        ("run.ibw", write_igor5, 1.5, "run.ABF"),
                                        ("run.abf", write_abf2, 1.2, "run_abf1.ABF"),
                                        ("run.acq", write_acq, 1.5, "run.ABF"),
-                                       ("run.SCA", write_sca, 1.5, "run.ABF")):
+                                       ("run.SCA", write_sca, 1.5, "run.ABF"),
+                                       ("run.mat", write_mat, 1.5, "run.ABF")):
         writer(name, gib)
         t, c, m = timed([CONVORA, "convert", name], [output], name)
         row(f"{name.split('.')[1]} conversion, 1 GiB", t, c, m, goal)
