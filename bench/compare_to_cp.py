@@ -263,6 +263,31 @@ def write_mat(name, size):
     scipy.io.savemat(path(name), {"data": data, "dt": 1e-4}, do_compression=False)
 
 
+def write_bundle(name, size):
+    """A PatchMaster bundle: raw data, then a .pul tree of one group, one series and one sweep
+    of one int16 trace (the layout of fuzz/make_seeds.py's seed, with one long trace)."""
+    samples = size // 2
+    sizes = [16, 64, 64, 56, 128]
+    record = lambda size_, label, children: (
+        struct.pack("<i", 0) + label.ljust(size_ - 4, b"\0") + struct.pack("<i", children))
+    trace = bytearray(128)
+    trace[4:9] = b"I-mon"
+    struct.pack_into("<ii", trace, 40, 256, samples)
+    struct.pack_into("<H", trace, 64, 1)
+    struct.pack_into("<d", trace, 72, 1e-12)
+    trace[96:97] = b"A"
+    struct.pack_into("<d", trace, 104, 1e-4)
+    tree = b"eerT" + struct.pack("<6i", 5, *sizes) + record(16, b"", 1) + record(64, b"G1", 1)
+    tree += record(64, b"IV", 1) + record(56, b"", 1) + bytes(trace) + struct.pack("<i", 0)
+    head = b"DAT2".ljust(48, b"\0") + struct.pack("<i", 2) + b"\1" + bytes(11)
+    head += struct.pack("<ii", 256, 2 * samples) + b".dat".ljust(8, b"\0")
+    head += struct.pack("<ii", 256 + 2 * samples, len(tree)) + b".pul".ljust(8, b"\0")
+    with open(path(name), "wb") as out:
+        out.write(head.ljust(256, b"\0"))
+        write_chunks(out, size, "<i2")
+        out.write(tree)
+
+
 def write_acq(name, size):
     """A PC AcqKnowledge 3.x graph (revision 36) of two int16 channels at 100 kHz."""
     scans = size // 4
@@ -320,7 +345,8 @@ def main():
                                        ("run.abf", write_abf2, 1.2, "run_abf1.ABF"),
                                        ("run.acq", write_acq, 1.5, "run.ABF"),
                                        ("run.SCA", write_sca, 1.5, "run.ABF"),
-                                       ("run.mat", write_mat, 1.5, "run.ABF")):
+                                       ("run.mat", write_mat, 1.5, "run.ABF"),
+                                       ("run.dat", write_bundle, 1.5, "run.ABF")):
         writer(name, gib)
         t, c, m = timed([CONVORA, "convert", name], [output], name)
         row(f"{name.split('.')[1]} conversion, 1 GiB", t, c, m, goal)
