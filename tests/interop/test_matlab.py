@@ -115,6 +115,27 @@ class MatFiles(ConvoraTestCase):
         self.assertIn("note (2-D char), dt (double scalar)", done.stderr)
         self.assertFalse(os.path.exists(self.path("words.ABF")))
 
+    def test_damaged_files_are_refused_before_libmatio_trusts_them(self):
+        head = b"MATLAB 5.0 MAT-file".ljust(124)
+        cases = [  # name, bytes after the 124-byte text, what the error says
+            ("version.mat", struct.pack("<H", 0x0300) + b"IM", "header names version 768"),
+            # A cell array whose dimensions claim 4 x 939524098 values in 72 bytes.
+            ("cells.mat", struct.pack("<H", 0x0100) + b"IM" + struct.pack(
+                "<8I", 14, 72, 6, 8, 1, 0, 5, 8) + struct.pack("<2i", 0x38000002, 4) +
+             struct.pack("<II", 1, 4) + b"data" + bytes(32), "past its own end"),
+            # A size that would wrap a 32-bit sum back onto the same element.
+            ("wrap.mat", struct.pack("<H", 0x0100) + b"IM" + struct.pack("<II", 99, 0xFFFFFFF8) +
+             bytes(64), ""),
+        ]
+        for name, tail, why in cases:
+            with self.subTest(name):
+                source = self.write(name, head + tail)
+                done = subprocess.run([CONVORA, "convert", source], capture_output=True,
+                                      text=True, check=False, timeout=20)
+                self.assertEqual(done.returncode, 1)
+                self.assertIn(f"error: {source}: ", done.stderr)
+                self.assertIn(why, done.stderr)
+
     @unittest.skipUnless(HAVE_SAMPLES, "the samples folder is absent")
     def test_real_files_give_their_largest_array_with_time_along_its_longer_side(self):
         for name in ("matio_test_le.mat", "matio_test_le_hdf5.mat"):
