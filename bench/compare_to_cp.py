@@ -288,6 +288,24 @@ def write_bundle(name, size):
         out.write(tree)
 
 
+def write_ltp(name, size):
+    """An LTP ASCII sweep file of two AD channels, one row per sample."""
+    rng = numpy.random.default_rng(11)
+    rows = []
+    while sum(map(len, rows)) < size:
+        values = rng.standard_normal((MIB // 8, 2)) * 10
+        rows.append("".join(f"{a:.4f}  {b:.4f}\r\n" for a, b in values).encode())
+    samples = sum(chunk.count(b"\n") for chunk in rows)
+    with open(path(name), "wb") as out:
+        # Blanks over bytes 168 to 171: a "3" there would be the CDR signature, whose row
+        # comes first and ends the file.
+        out.write(b'"LTP_ASF"  "2.18V"\r\n"NumSamples"  %d\r\n"SampleInterval_ms"  0.1\r\n'
+                  b'"AD_Chs"  "AD0"  "AD1"\r\n"AD_DataType"  "mV"  "pA"' % samples)
+        out.write(b" " * (200 - out.tell()) + b"\r\n\r\n")
+        for chunk in rows:
+            out.write(chunk)
+
+
 def write_acq(name, size):
     """A PC AcqKnowledge 3.x graph (revision 36) of two int16 channels at 100 kHz."""
     scans = size // 4
@@ -338,6 +356,11 @@ def main():
     t, c, m = timed([CONVORA, "convert", "pulse.itx"], ["pulse.ABF"], "pulse.itx")
     row("Igor text (PC, Pulse) conversion, 256 MiB", t, c, m, 1.5)
     remove("pulse.itx", "pulse.ABF")
+
+    write_ltp("sweep.p0", big)
+    t, c, m = timed([CONVORA, "convert", "sweep.p0"], ["sweep.ABF"], "sweep.p0")
+    row("LTP sweep conversion, 256 MiB", t, c, m, 1.5)
+    remove("sweep.p0", "sweep.ABF")
 
     for name, writer, goal, output in (("run.EDR", write_edr, 1.5, "run.ABF"),
                                        ("run.smr", write_smr, 1.5, "run.ABF"),
