@@ -93,17 +93,19 @@ def write_igor_binary(name, size):
         out.write((rng.standard_normal(points) * 1e-11).astype("<f4").tobytes())
 
 
-def write_igor_text(name, size):
-    rng = numpy.random.default_rng(4)
+def write_igor_text(name, size, head=b"IGOR\rWAVES\twave0\rBEGIN\r", end=b"\r",
+                    tail=b"END\r", seed=4):
+    """One wave of Igor text, a value a line: by default a Macintosh single-wave file."""
+    rng = numpy.random.default_rng(seed)
+    ending = end.decode()
     with open(path(name), "wb") as out:
-        out.write(b"IGOR\rWAVES\twave0\rBEGIN\r")
+        out.write(head)
         written = 0
         while written < size:
-            values = rng.standard_normal(MIB) * 1e-11
-            text = "".join(f"\t{v:.6g}\r" for v in values).encode()
+            text = "".join(f"\t{v:.6g}{ending}" for v in rng.standard_normal(MIB) * 1e-11).encode()
             out.write(text)
             written += len(text)
-        out.write(b"END\r")
+        out.write(tail)
 
 
 def write_igor5(name, size):
@@ -123,15 +125,8 @@ def write_igor5(name, size):
 
 def write_pulse_text(name, size):
     """A PC Igor text export (CR LF) of one wave, its scale in an X SetScale line."""
-    rng = numpy.random.default_rng(8)
-    with open(path(name), "wb") as out:
-        out.write(b"IGOR\r\nWAVES/D Pulse_1_1_1_1\r\nBEGIN\r\n")
-        written = 0
-        while written < size:
-            text = "".join(f"\t{v:.6g}\r\n" for v in rng.standard_normal(MIB) * 1e-11).encode()
-            out.write(text)
-            written += len(text)
-        out.write(b'END\r\nX SetScale/P x 0,0.0001,"s", Pulse_1_1_1_1\r\n')
+    write_igor_text(name, size, b"IGOR\r\nWAVES/D Pulse_1_1_1_1\r\nBEGIN\r\n", b"\r\n",
+                    b'END\r\nX SetScale/P x 0,0.0001,"s", Pulse_1_1_1_1\r\n', seed=8)
 
 
 def write_abf2(name, size):
