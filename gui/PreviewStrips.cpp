@@ -139,10 +139,6 @@ void PreviewStrips::PaintStrip(QPainter& painter, std::size_t k) const {
   painter.drawText(QRect(0, top, kLeft - 6, 16), Qt::AlignRight, Number(high) + " " + unit);
   painter.drawText(QRect(0, top + height - 16, kLeft - 6, 16), Qt::AlignRight,
                    Number(low) + " " + unit);
-  if (height >= 48) {
-    painter.drawText(QRect(0, top + 16, kLeft - 6, height - 32), Qt::AlignRight | Qt::AlignVCenter,
-                     ToQString(channel.name) + "\n(" + unit + ")");
-  }
   const int plot = PlotWidth();
   painter.setPen(palette().color(QPalette::Mid));
   painter.drawRect(kLeft - 1, top - 1, plot + 1, height + 1);
@@ -174,6 +170,10 @@ void PreviewStrips::PaintStrip(QPainter& painter, std::size_t k) const {
   }
   painter.setPen(QPen(palette().color(QPalette::Highlight), traces > 1 ? 2 : 1));
   paintTrace(emphasised_);
+  // The name goes over the trace's corner, where a strip of any height has room.
+  painter.setPen(palette().color(QPalette::Text));
+  painter.drawText(QRect(kLeft + 4, top + 1, plot - 8, 16), Qt::AlignLeft,
+                   ToQString(channel.name) + " (" + unit + ")");
   painter.setClipping(false);
 }
 
