@@ -116,7 +116,7 @@ void PreviewWidget::Recompute() {
 void PreviewWidget::ShowEnvelope() {
   std::size_t emphasised = 0;
   const auto& sweeps = envelope_.sweeps;
-  if (envelope_.columns > 0) {
+  if (!envelope_.channels.empty()) {  // read, if perhaps without a sample
     // Among thinned sweeps the one drawn strongly is the nearest below.
     const auto after = std::upper_bound(sweeps.begin(), sweeps.end(), emphasised_);
     emphasised = static_cast<std::size_t>(std::max<std::ptrdiff_t>(0, after - sweeps.begin() - 1));

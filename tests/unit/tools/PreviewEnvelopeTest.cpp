@@ -113,7 +113,7 @@ TEST(PreviewEnvelopeTest, NeverMoreColumnsThanScansAndNoTimeLeavesTheAxisInScans
   EXPECT_TRUE(none.channels[0].minimum.empty());
 }
 
-// Scans 10000 scans of their index: a stretch is clipped to the recording
+// 10000 scans of their index: a stretch is clipped to the recording
 // and its columns cover only it.
 TEST(PreviewEnvelopeTest, ARangeReadsOnlyItsStretch) {
   TempDir dir;
