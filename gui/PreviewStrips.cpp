@@ -94,25 +94,48 @@ QString PreviewStrips::TimeText(double scan) const {
   return Number(scan * perScan) + " s";
 }
 
+std::optional<std::size_t> PreviewStrips::StripAt(int y) const {
+  if (!HasColumns()) return std::nullopt;
+  for (std::size_t k = 0; k < envelope_->channels.size(); ++k) {
+    if (y >= StripTop(k) && y < StripTop(k) + StripHeight()) return k;
+  }
+  return std::nullopt;
+}
+
+std::optional<std::size_t> PreviewStrips::SweepAt(QPoint position) const {
+  const std::optional<std::size_t> column = ColumnAt(position.x());
+  const std::optional<std::size_t> k = StripAt(position.y());
+  if (!column || !k || envelope_->sweeps.size() < 2) return std::nullopt;
+  const auto [low, high] = ScaleOf(envelope_->channels[*k]);
+  const double value =
+      high - (position.y() - StripTop(*k)) * (high - low) / std::max(1, StripHeight() - 1);
+  // How far the value lies outside a sweep's range in that column.
+  const auto distance = [&](std::size_t t) {
+    return std::max({0.0, envelope_->Minimum(*k, t)[*column] - value,
+                     value - envelope_->Maximum(*k, t)[*column]});
+  };
+  std::size_t nearest = 0;
+  for (std::size_t t = 1; t < envelope_->sweeps.size(); ++t) {
+    if (distance(t) < distance(nearest)) nearest = t;
+  }
+  return nearest;
+}
+
 QString PreviewStrips::ReadOutAt(QPoint position) const {
   const std::optional<std::size_t> column = ColumnAt(position.x());
-  if (!column) return {};
-  for (std::size_t k = 0; k < envelope_->channels.size(); ++k) {
-    const int top = StripTop(k);
-    if (position.y() < top || position.y() >= top + StripHeight()) continue;
-    const PreviewChannel& channel = envelope_->channels[k];
-    const double low = envelope_->Minimum(k, emphasised_)[*column];
-    const double high = envelope_->Maximum(k, emphasised_)[*column];
-    QString text = TimeText(static_cast<double>(envelope_->ColumnStart(*column))) + "   " +
-                   ToQString(channel.name) + ": " + Number(low);
-    if (high != low) text += ".." + Number(high);
-    text += " " + ToQString(channel.unit);
-    if (envelope_->Episodic()) {
-      text += "   sweep " + QString::number(envelope_->sweeps[emphasised_] + 1);
-    }
-    return text;
+  const std::optional<std::size_t> k = StripAt(position.y());
+  if (!column || !k) return {};
+  const PreviewChannel& channel = envelope_->channels[*k];
+  const double low = envelope_->Minimum(*k, emphasised_)[*column];
+  const double high = envelope_->Maximum(*k, emphasised_)[*column];
+  QString text = TimeText(static_cast<double>(envelope_->ColumnStart(*column))) + "   " +
+                 ToQString(channel.name) + ": " + Number(low);
+  if (high != low) text += ".." + Number(high);
+  text += " " + ToQString(channel.unit);
+  if (envelope_->Episodic()) {
+    text += "   sweep " + QString::number(envelope_->sweeps[emphasised_] + 1);
   }
-  return {};
+  return text;
 }
 
 void PreviewStrips::paintEvent(QPaintEvent*) {
@@ -227,7 +250,10 @@ void PreviewStrips::mouseReleaseEvent(QMouseEvent* event) {
   const int to = std::clamp(event->position().toPoint().x(), kLeft, kLeft + PlotWidth());
   dragFrom_.reset();
   update();
-  if (std::abs(to - from) < kDragPixels) return;
+  if (std::abs(to - from) < kDragPixels) {
+    if (const auto sweep = SweepAt(event->position().toPoint())) emit SweepPicked(*sweep);
+    return;
+  }
   const auto first = static_cast<std::int64_t>(std::floor(ScanAt(std::min(from, to))));
   const auto end = static_cast<std::int64_t>(std::ceil(ScanAt(std::max(from, to))));
   emit SpanRequested(first, std::max<std::int64_t>(1, end - first));

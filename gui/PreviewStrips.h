@@ -32,6 +32,8 @@ class PreviewStrips : public QWidget {
   // What lies under the mouse; empty when it is over no strip.
   void ReadOutChanged(const QString& text);
   void PlotWidthChanged();
+  // A click picked the t-th sweep drawn: the one nearest to it.
+  void SweepPicked(std::size_t t);
 
  protected:
   void paintEvent(QPaintEvent* event) override;
@@ -49,6 +51,10 @@ class PreviewStrips : public QWidget {
   int StripTop(std::size_t channel) const;
   // The column painted at x, or none outside the plot.
   std::optional<std::size_t> ColumnAt(int x) const;
+  // The channel whose strip holds y, or none between the strips.
+  std::optional<std::size_t> StripAt(int y) const;
+  // Among overlaid sweeps, the one passing nearest to `position`.
+  std::optional<std::size_t> SweepAt(QPoint position) const;
   // The position of x on the time axis, in scans, clipped to the stretch.
   double ScanAt(int x) const;
   QString TimeText(double scan) const;

@@ -53,6 +53,10 @@ PreviewWidget::PreviewWidget(QWidget* parent)
   connect(strips_, &PreviewStrips::SpanRequested, this, &PreviewWidget::ShowSpan);
   connect(strips_, &PreviewStrips::ResetRequested, this, [this] { ShowSpan(0, envelope_.scans); });
   connect(strips_, &PreviewStrips::ReadOutChanged, readOut_, &QLabel::setText);
+  connect(strips_, &PreviewStrips::SweepPicked, this, [this](std::size_t t) {
+    emphasised_ = envelope_.sweeps.at(t);
+    ShowEnvelope();
+  });
   // While a splitter is dragged the old columns are stretched; the file is
   // read again for the new width once the dragging pauses.
   reread_.setSingleShot(true);

@@ -1,9 +1,9 @@
 #pragma once
 // Shows an ABF file's channels against time, one strip per channel: per pixel
 // column the range the samples span there, in physical units. Episodic files
-// show their sweeps overlaid on one sweep's time, or one sweep alone. The
-// wheel and a dragged span zoom in time, re-reading just that stretch; a
-// double-click shows the whole axis again.
+// show their sweeps overlaid on one sweep's time, a clicked one emphasised,
+// or one sweep alone. The wheel and a dragged span zoom in time, re-reading
+// just that stretch; a double-click shows the whole axis again.
 
 #include <QLabel>
 #include <QSpinBox>
@@ -52,7 +52,8 @@ class PreviewWidget : public QWidget {
 
   std::filesystem::path file_;
   PreviewRange range_;
-  std::int32_t emphasised_ = 0;  // the sweep drawn strongly when all are overlaid
+  std::int32_t emphasised_ = 0;  // the sweep drawn strongly when all are overlaid: the
+                                 // last one clicked or chosen alone
   PreviewEnvelope envelope_;
   QString message_;
   QLabel* title_;

@@ -114,6 +114,10 @@ class PreviewWidgetTest : public QObject {
     choice->setValue(0);
     QCOMPARE(shown.preview.Envelope().sweeps.size(), std::size_t{3});
     QVERIFY(shown.preview.Message().contains("sweep 2 emphasised"));
+    // Near the strip's top the highest sweep, 3, passes nearest.
+    QTest::mouseClick(shown.strips, Qt::LeftButton, {}, {shown.strips->ColumnCentre(100), 8});
+    QVERIFY2(shown.preview.Message().contains("sweep 3 emphasised"),
+             qPrintable(shown.preview.Message()));
   }
 
   // A ramp of 20000 scans: every column's smallest value is its first scan,
