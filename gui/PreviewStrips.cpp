@@ -37,6 +37,9 @@ std::pair<double, double> ScaleOf(const PreviewChannel& channel) {
 PreviewStrips::PreviewStrips(QWidget* parent) : QWidget(parent) {
   setObjectName("PreviewStrips");
   setMouseTracking(true);  // the read-out follows the mouse without a button held
+  setToolTip(
+      "Wheel: zoom in time about the mouse. Drag: zoom to the span dragged. Double-click: the "
+      "whole recording or sweep. Click among overlaid sweeps: emphasise the nearest.");
 }
 
 void PreviewStrips::Show(const PreviewEnvelope& envelope, std::size_t emphasised) {
