@@ -58,8 +58,9 @@ AbfSummary Summarize(const AbfHeader& header) {
     // Units are kept per physical channel, the one sampled in slot k.
     const int physical = header.Get(abf::nADCSamplingSeq, static_cast<std::size_t>(k));
     const bool known = physical >= 0 && physical < static_cast<int>(abf::sADCUnits.count);
-    s.units.push_back(known ? TrimBlanks(header.Get(abf::sADCUnits, static_cast<std::size_t>(physical)))
-                            : std::string("?"));
+    const auto at = static_cast<std::size_t>(physical);
+    s.units.push_back(known ? TrimBlanks(header.Get(abf::sADCUnits, at)) : std::string("?"));
+    s.names.push_back(known ? TrimBlanks(header.Get(abf::sADCChannelName, at)) : std::string("?"));
   }
   s.sampleInterval = header.Get(abf::fADCSampleInterval);
   s.samples = header.Get(abf::lActualAcqLength);

@@ -14,6 +14,7 @@ struct AbfSummary {
   float version = 0;               // fFileVersionNumber (2.x for an ABF 2 file)
   int channels = 0;
   std::vector<std::string> units;  // per channel in sampling order, blanks trimmed
+  std::vector<std::string> names;  // sADCChannelName, the same way
   float sampleInterval = 0;        // microseconds between samples of the interleaved stream
   double channelInterval = 0;      // microseconds between samples of one channel
   std::int32_t samples = 0;        // all channels together

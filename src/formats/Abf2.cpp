@@ -251,7 +251,10 @@ AbfSummary SummarizeAbf2(const std::filesystem::path& abf2File) {
   AbfSummary s;
   s.version = file.version;
   s.channels = static_cast<int>(file.channels.size());
-  for (const Channel& c : file.channels) s.units.push_back(c.unit);
+  for (const Channel& c : file.channels) {
+    s.units.push_back(c.unit);
+    s.names.push_back(c.name);
+  }
   s.sampleInterval = static_cast<float>(file.intervalUs / s.channels);
   s.channelInterval = file.intervalUs;
   s.samples = static_cast<std::int32_t>(std::min<std::int64_t>(

@@ -1,12 +1,13 @@
-#include "tools/PreviewEnvelope.h"
-
-#include <functional>
-#include <vector>
-
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <span>
+#include <vector>
 
 #include "abf/ConvoraError.h"
 #include "support/TestSupport.h"
+#include "tools/PreviewEnvelope.h"
 
 namespace convora {
 namespace {
@@ -24,6 +25,10 @@ std::filesystem::path WriteAbf(const TempDir& dir, AbfHeader h,
   return path;
 }
 
+std::vector<double> Columns(std::span<const double> columns) {
+  return {columns.begin(), columns.end()};
+}
+
 TEST(PreviewEnvelopeTest, ColumnsHoldTheirRangeInPhysicalUnits) {
   TempDir dir;
   AbfHeader h = test::PlainAbfHeader(1);
@@ -31,6 +36,7 @@ TEST(PreviewEnvelopeTest, ColumnsHoldTheirRangeInPhysicalUnits) {
   h.Set(abf::fSignalOffset, 0, 1.0f);
   h.Set(abf::fInstrumentOffset, 0, 0.5f);
   h.Set(abf::sADCUnits, 0, "mV");
+  h.Set(abf::sADCChannelName, 0, "Vm");
   const auto path = WriteAbf(dir, h, {0, 10, -5, 3, 7, 7, -20, 1});
 
   const PreviewEnvelope e = ComputePreviewEnvelope(path, 2);
@@ -38,6 +44,7 @@ TEST(PreviewEnvelopeTest, ColumnsHoldTheirRangeInPhysicalUnits) {
   ASSERT_EQ(e.columns, 2u);
   ASSERT_EQ(e.channels.size(), 1u);
   EXPECT_EQ(e.channels[0].unit, "mV");
+  EXPECT_EQ(e.channels[0].name, "Vm");
   EXPECT_EQ(e.channels[0].minimum, (std::vector<double>{-1.0, -8.5}));  // -5, -20
   EXPECT_EQ(e.channels[0].maximum, (std::vector<double>{6.5, 5.0}));    // 10, 7
   EXPECT_EQ(e.scans, 8);
@@ -78,8 +85,7 @@ TEST(PreviewEnvelopeTest, EveryScanCountsOnceAcrossChunksOrWindowsStartEachColum
   TempDir dir;
   const auto path = WriteAbf(dir, test::PlainAbfHeader(1), test::Ramp(10000));
   for (const bool sampled : {false, true}) {
-    const PreviewEnvelope e =
-        sampled ? ComputePreviewEnvelope(path, 7, 140) : ComputePreviewEnvelope(path, 7);
+    const PreviewEnvelope e = ComputePreviewEnvelope(path, 7, {}, sampled ? 140 : 1 << 20);
     EXPECT_EQ(e.sampled, sampled);
     ASSERT_EQ(e.columns, 7u);
     for (std::size_t c = 0; c < 7; ++c) {
@@ -100,10 +106,80 @@ TEST(PreviewEnvelopeTest, NeverMoreColumnsThanScansAndNoTimeLeavesTheAxisInScans
   EXPECT_EQ(e.channels[0].maximum, e.channels[0].minimum);
   EXPECT_EQ(e.secondsPerScan, 0.0);
 
-  const PreviewEnvelope none = ComputePreviewEnvelope(WriteAbf(dir, test::PlainAbfHeader(1), {}), 800);
+  const PreviewEnvelope none =
+      ComputePreviewEnvelope(WriteAbf(dir, test::PlainAbfHeader(1), {}), 800);
   EXPECT_EQ(none.columns, 0u);
   ASSERT_EQ(none.channels.size(), 1u);
   EXPECT_TRUE(none.channels[0].minimum.empty());
+}
+
+// 10000 scans of their index: a stretch is clipped to the recording
+// and its columns cover only it.
+TEST(PreviewEnvelopeTest, ARangeReadsOnlyItsStretch) {
+  TempDir dir;
+  const auto path = WriteAbf(dir, test::PlainAbfHeader(1), test::Ramp(10000));
+  const PreviewEnvelope zoom =
+      ComputePreviewEnvelope(path, 800, {.firstScan = 5000, .scanCount = 10});
+  EXPECT_EQ(zoom.scans, 10000);
+  EXPECT_EQ(zoom.firstScan, 5000);
+  ASSERT_EQ(zoom.columns, 10u);
+  EXPECT_EQ(zoom.channels[0].minimum.front(), 5000);
+  EXPECT_EQ(zoom.channels[0].maximum.back(), 5009);
+
+  const PreviewEnvelope tail =
+      ComputePreviewEnvelope(path, 4, {.firstScan = 9990, .scanCount = 50});
+  EXPECT_EQ(tail.scanCount, 10);
+  EXPECT_EQ(tail.ColumnStart(1), 9992);
+  EXPECT_EQ(tail.channels[0].maximum, (std::vector<double>{9991, 9994, 9996, 9999}));
+}
+
+// Three sweeps of 4 two-channel scans and a fourth cut short: each sweep is
+// its own trace on an axis of 4 scans.
+TEST(PreviewEnvelopeTest, SweepsShareOneAxisAndCanBeReadAlone) {
+  TempDir dir;
+  AbfHeader h = test::PlainAbfHeader(2);
+  h.Set(abf::nOperationMode, std::int16_t{5});
+  h.Set(abf::lNumSamplesPerEpisode, 8);
+  h.Set(abf::lActualEpisodes, 4);
+  h.Set(abf::sADCChannelName, 1, "Im  ");
+  // Channel 0 counts scans from 0 over the file, channel 1 is 10 x the sweep.
+  std::vector<std::int16_t> samples;
+  for (std::int16_t scan = 0; scan < 14; ++scan)
+    samples.insert(samples.end(), {scan, std::int16_t(scan / 4 * 10)});
+  const auto path = WriteAbf(dir, h, samples);
+
+  const PreviewEnvelope all = ComputePreviewEnvelope(path, 2);
+  EXPECT_TRUE(all.Episodic());
+  EXPECT_EQ(all.scans, 4);
+  EXPECT_EQ(all.sweepCount, 3);
+  EXPECT_EQ(all.sweeps, (std::vector<std::int32_t>{0, 1, 2}));
+  EXPECT_EQ(all.channels[1].name, "Im");
+  ASSERT_EQ(all.channels[0].minimum.size(), 6u);
+  EXPECT_EQ(Columns(all.Minimum(0, 2)), (std::vector<double>{8, 10}));
+  EXPECT_EQ(Columns(all.Maximum(1, 1)), (std::vector<double>{10, 10}));
+
+  const PreviewEnvelope one =
+      ComputePreviewEnvelope(path, 10, {.firstScan = 1, .scanCount = 2, .sweep = 1});
+  EXPECT_EQ(one.sweeps, (std::vector<std::int32_t>{1}));
+  EXPECT_EQ(one.channels[0].minimum, (std::vector<double>{5, 6}));
+  EXPECT_THROW(ComputePreviewEnvelope(path, 10, {.sweep = 3}), ConvoraError);
+}
+
+TEST(PreviewEnvelopeTest, ThousandsOfSweepsAreThinnedToTheColumnBudget) {
+  TempDir dir;
+  AbfHeader h = test::PlainAbfHeader(1);
+  h.Set(abf::nOperationMode, std::int16_t{5});
+  h.Set(abf::lNumSamplesPerEpisode, 1000);
+  h.Set(abf::lActualEpisodes, 600);
+  const PreviewEnvelope e =
+      ComputePreviewEnvelope(WriteAbf(dir, h, std::vector<std::int16_t>(600000)), 1000);
+  const auto drawn = static_cast<std::size_t>(kPreviewMaxTraceColumns / 1000);
+  ASSERT_EQ(e.sweeps.size(), drawn);
+  EXPECT_EQ(e.channels[0].minimum.size(), drawn * 1000);
+  EXPECT_EQ(e.sweeps.front(), 0);
+  EXPECT_TRUE(std::adjacent_find(e.sweeps.begin(), e.sweeps.end(), std::greater_equal<>()) ==
+              e.sweeps.end());
+  EXPECT_LT(e.sweeps.back(), 600);
 }
 
 // A two-channel file of 4 samples, spoiled once the sample count is set.
@@ -116,8 +192,8 @@ class PreviewEnvelopeRefusalTest : public ::testing::TestWithParam<BadHeader> {}
 
 TEST_P(PreviewEnvelopeRefusalTest, ThrowsForAHeaderThatDoesNotFitTheFile) {
   TempDir dir;
-  EXPECT_THROW(ComputePreviewEnvelope(WriteAbf(dir, test::PlainAbfHeader(2), {1, 2, 3, 4}, GetParam().spoil),
-                                      10),
+  EXPECT_THROW(ComputePreviewEnvelope(
+                   WriteAbf(dir, test::PlainAbfHeader(2), {1, 2, 3, 4}, GetParam().spoil), 10),
                ConvoraError);
 }
 
@@ -138,7 +214,18 @@ INSTANTIATE_TEST_SUITE_P(
         // A zero gain makes the multiplier infinite, a zero range makes it 0.
         BadHeader{"ZeroScaleFactor",
                   [](AbfHeader& h) { h.Set(abf::fInstrumentScaleFactor, 1, 0.0f); }},
-        BadHeader{"ZeroRange", [](AbfHeader& h) { h.Set(abf::fADCRange, 0.0f); }}),
+        BadHeader{"ZeroRange", [](AbfHeader& h) { h.Set(abf::fADCRange, 0.0f); }},
+        // Episodic: sweeps of 3 samples split a scan; sweeps of 3 scans exceed the file.
+        BadHeader{"SweepSplitsAScan",
+                  [](AbfHeader& h) {
+                    h.Set(abf::nOperationMode, std::int16_t{5});
+                    h.Set(abf::lNumSamplesPerEpisode, 3);
+                  }},
+        BadHeader{"NoWholeSweep",
+                  [](AbfHeader& h) {
+                    h.Set(abf::nOperationMode, std::int16_t{2});
+                    h.Set(abf::lNumSamplesPerEpisode, 6);
+                  }}),
     [](const auto& info) { return std::string(info.param.what); });
 
 }  // namespace
