@@ -137,7 +137,7 @@ void MainWindow::BuildMenus() {
         std::string(kProductCaption) +
             "\nConverts electrophysiology recordings to ABF 1.x files.\n\nIt uses Qt 6 "
             "(LGPL-3.0)" +
-            (kLinksZlib ? ", libmatio (BSD-2-Clause) and zlib (Zlib licence)." : "."));
+            (kLinksMatio ? ", libmatio (BSD-2-Clause) and zlib (Zlib licence)." : "."));
   });
 }
 
@@ -156,6 +156,7 @@ void MainWindow::ShowUsage() {
     usage->setWindowFlag(Qt::Window);
     usage->setAttribute(Qt::WA_QuitOnClose, false);
     usage->setWindowTitle("Convora: using the window");
+    usage->setOpenLinks(false);  // they name pictures beside the README
     usage->setMarkdown(kWindowUsage);
     usage->resize(size() * 0.6);
   }
@@ -181,10 +182,10 @@ QWidget* MainWindow::BuildButtons() {
   // Two buttons a row, in groups, so that they all show in a short window.
   auto* panel = new QWidget;
   auto* layout = new QGridLayout(panel);
-  layout->addWidget(WrappedLabel("Label1",
-                                 "Highlight a file or multiple files, then press a Convert button.",
-                                 panel),
-                    0, 0, 1, 2);
+  layout->addWidget(
+      WrappedLabel("Label1", "Highlight a file or multiple files, then press a Convert button.",
+                   panel),
+      0, 0, 1, 2);
   int slot = 2;  // row * 2 + column
   const auto add = [&](int number, const char* caption, auto handler) {
     QPushButton* button = AddButton(number, caption);
