@@ -1,6 +1,7 @@
 #include "AsciiSetWindow.h"
 
 #include <QFormLayout>
+#include <QKeyEvent>
 #include <QGroupBox>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -69,6 +70,14 @@ AsciiSettings AsciiSetWindow::Settings() const {
   settings.separator = static_cast<AsciiSeparator>(separator_->currentIndex());
   settings.matlab = matlab_->isChecked();
   return settings;
+}
+
+void AsciiSetWindow::keyPressEvent(QKeyEvent* event) {
+  if (event->key() == Qt::Key_Escape) {
+    close();
+    return;
+  }
+  QWidget::keyPressEvent(event);
 }
 
 }  // namespace convora::gui

@@ -32,6 +32,10 @@ class AsciiSetWindow : public QWidget {
  signals:
   void ConvertRequested();
 
+ protected:
+  // Escape closes the window without converting.
+  void keyPressEvent(QKeyEvent* event) override;
+
  private:
   std::vector<std::filesystem::path> files_;
   QLabel* fileNames_;

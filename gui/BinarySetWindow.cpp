@@ -4,6 +4,7 @@
 #include <system_error>
 
 #include <QFormLayout>
+#include <QKeyEvent>
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QVBoxLayout>
@@ -134,6 +135,14 @@ BinarySettings BinarySetWindow::Settings() const {
   settings.swapBytes = swapBytes_->isChecked();
   settings.floatingPoint = floatingPoint_->isChecked();
   return settings;
+}
+
+void BinarySetWindow::keyPressEvent(QKeyEvent* event) {
+  if (event->key() == Qt::Key_Escape) {
+    close();
+    return;
+  }
+  QWidget::keyPressEvent(event);
 }
 
 }  // namespace convora::gui

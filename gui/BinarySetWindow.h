@@ -34,6 +34,10 @@ class BinarySetWindow : public QWidget {
   void ConvertToAbfRequested();
   void ConvertToWavRequested();
 
+ protected:
+  // Escape closes the window without converting.
+  void keyPressEvent(QKeyEvent* event) override;
+
  private:
   struct Field {
     const BinarySettingsField* setting;

@@ -1,6 +1,11 @@
 #pragma once
-// The merge list: a drop target for files dragged from the file list. What
-// was dragged is not read; the window takes the file list's selection.
+// The merge list: files dragged from the file list are dropped here (what was
+// dragged is not read; the window takes the file list's selection), and the
+// entries can be reordered by dragging them inside the list, removed with
+// Delete or the context menu, or cleared. The merge takes them in list order.
+
+#include <filesystem>
+#include <vector>
 
 #include <QListWidget>
 
@@ -12,6 +17,11 @@ class MergeList : public QListWidget {
  public:
   explicit MergeList(QWidget* parent = nullptr);
 
+  std::vector<std::filesystem::path> Paths() const;
+  void SetPaths(const std::vector<std::filesystem::path>& paths);
+  void AddPaths(const std::vector<std::filesystem::path>& paths);
+  void RemoveSelected();
+
  signals:
   void FilesDropped();
 
@@ -19,6 +29,7 @@ class MergeList : public QListWidget {
   void dragEnterEvent(QDragEnterEvent* event) override;
   void dragMoveEvent(QDragMoveEvent* event) override;
   void dropEvent(QDropEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
 };
 
 }  // namespace convora::gui

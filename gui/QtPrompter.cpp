@@ -4,6 +4,7 @@
 #include <QInputDialog>
 #include <QMessageBox>
 
+#include "OperationQueue.h"
 #include "Text.h"
 
 namespace convora::gui {
@@ -37,45 +38,60 @@ bool Ask(QWidget* parent, bool busy, const Question& question, QMessageBox::Stan
 }  // namespace
 
 void QtPrompter::ShowMessage(std::string_view title, std::string_view text) {
-  const ArrowWhileAsking arrow(busy_);
-  QMessageBox box(QMessageBox::NoIcon, ToQString(title), ToQString(text), QMessageBox::Ok, parent_);
-  box.exec();
+  OnInterfaceThread([&] {
+    const ArrowWhileAsking arrow(busy_);
+    QMessageBox box(QMessageBox::NoIcon, ToQString(title), ToQString(text), QMessageBox::Ok,
+                    parent_);
+    box.exec();
+  });
 }
 
 bool QtPrompter::AskYesNo(const Question& question) {
-  return Ask(parent_, busy_, question, QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes);
+  bool yes = false;
+  OnInterfaceThread([&] {
+    yes = Ask(parent_, busy_, question, QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes);
+  });
+  return yes;
 }
 
 bool QtPrompter::AskOkCancel(const Question& question) {
-  return Ask(parent_, busy_, question, QMessageBox::Ok | QMessageBox::Cancel, QMessageBox::Ok);
+  bool ok = false;
+  OnInterfaceThread([&] {
+    ok = Ask(parent_, busy_, question, QMessageBox::Ok | QMessageBox::Cancel, QMessageBox::Ok);
+  });
+  return ok;
 }
 
 std::optional<std::string> QtPrompter::AskInput(const InputRequest& request) {
-  const ArrowWhileAsking arrow(busy_);
-  QInputDialog dialog(parent_);
-  dialog.setWindowTitle(ToQString(request.title));
-  dialog.setLabelText(ToQString(request.prompt));
-  dialog.setTextValue(ToQString(request.defaultValue));
-  if (dialog.exec() != QDialog::Accepted) return std::nullopt;
-  return ToUtf8(dialog.textValue());
+  std::optional<std::string> answer;
+  OnInterfaceThread([&] {
+    const ArrowWhileAsking arrow(busy_);
+    QInputDialog dialog(parent_);
+    dialog.setWindowTitle(ToQString(request.title));
+    dialog.setLabelText(ToQString(request.prompt));
+    dialog.setTextValue(ToQString(request.defaultValue));
+    if (dialog.exec() == QDialog::Accepted) answer = ToUtf8(dialog.textValue());
+  });
+  return answer;
 }
 
 void QtPrompter::ReportError(const std::filesystem::path& subject, std::string_view why) {
   ShowMessage(kApplicationTitle, ToUtf8(PathText(subject)) + ": " + std::string(why));
 }
 
-void QtPrompter::Notice(std::string_view text) {
-  if (notice_) notice_(ToQString(text));
-}
+// The main window keeps notices in its log panel, where they stay readable.
+void QtPrompter::Notice(std::string_view /*text*/) {}
 
 void QtPrompter::SetBusy(bool busy) {
-  if (busy == busy_) return;
-  busy_ = busy;
-  if (busy) {
-    QApplication::setOverrideCursor(Qt::WaitCursor);
-  } else {
-    QApplication::restoreOverrideCursor();
-  }
+  OnInterfaceThread([&] {
+    if (busy == busy_) return;
+    busy_ = busy;
+    if (busy) {
+      QApplication::setOverrideCursor(Qt::WaitCursor);
+    } else {
+      QApplication::restoreOverrideCursor();
+    }
+  });
 }
 
 }  // namespace convora::gui

@@ -1,8 +1,8 @@
 #pragma once
 // The window's way of asking: modal message, question and input boxes with
-// the exact titles and texts the core gives, and the busy pointer.
-
-#include <functional>
+// the exact titles and texts the core gives, and the busy pointer. Operations
+// run on a worker thread: every call is carried out on the interface thread,
+// the worker waiting for the answer.
 
 #include <QPointer>
 #include <QString>
@@ -14,11 +14,8 @@ namespace convora::gui {
 
 class QtPrompter : public Prompter {
  public:
-  using NoticeSink = std::function<void(const QString&)>;
-
-  // Dialogs are centred on `parent` once it is set; notices go to `sink`.
+  // Dialogs are centred on `parent` once it is set.
   void SetParent(QWidget* parent) { parent_ = parent; }
-  void SetNoticeSink(NoticeSink sink) { notice_ = std::move(sink); }
 
   void ShowMessage(std::string_view title, std::string_view text) override;
   bool AskYesNo(const Question& question) override;
@@ -30,7 +27,6 @@ class QtPrompter : public Prompter {
 
  private:
   QPointer<QWidget> parent_;
-  NoticeSink notice_;
   bool busy_ = false;
 };
 

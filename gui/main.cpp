@@ -1,8 +1,9 @@
 // convora-gui: the desktop window. Loads SamplABF.dat from beside the program
 // and shows the main window until it is closed.
 //
-//   convora-gui [--screenshot FILE.png [--preview ABF]]
-// draws the window (previewing ABF when given) into FILE.png and ends, for the
+//   convora-gui [--screenshot FILE.png [--preview ABF] [--settings]]
+// draws the window (previewing ABF when given), or with --settings the binary
+// settings window describing ABF, into FILE.png and ends, for the
 // documentation.
 
 #include <exception>
@@ -11,7 +12,6 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
-#include <QStatusBar>
 #include <QTimer>
 
 #include "MainWindow.h"
@@ -25,7 +25,8 @@ int main(int argc, char* argv[]) {
   QCommandLineParser options;
   const QCommandLineOption screenshot("screenshot", "Draw the window into FILE and end.", "FILE");
   const QCommandLineOption preview("preview", "Preview ABF in the screenshot.", "ABF");
-  options.addOptions({screenshot, preview});
+  const QCommandLineOption settings("settings", "Draw the binary settings window, describing ABF, instead.");
+  options.addOptions({screenshot, preview, settings});
   options.process(app);
   convora::gui::QtPrompter prompter;
 
@@ -47,15 +48,19 @@ int main(int argc, char* argv[]) {
 
   convora::gui::MainWindow window(*templateHeader, prompter);
   prompter.SetParent(&window);
-  prompter.SetNoticeSink(
-      [&window](const QString& text) { window.statusBar()->showMessage(text, 10000); });
   window.show();
   if (options.isSet(screenshot)) {
+    QWidget* drawn = &window;
     if (options.isSet(preview)) {
-      window.Preview()->ShowFile(convora::gui::ToPath(options.value(preview)));
+      const std::filesystem::path shown = convora::gui::ToPath(options.value(preview));
+      window.Preview()->ShowFile(shown);
+      if (options.isSet(settings)) {
+        window.BinarySet()->Describe(shown);
+        drawn = window.BinarySet();
+      }
     }
     QTimer::singleShot(500, &window, [&] {
-      QApplication::exit(window.grab().save(options.value(screenshot)) ? 0 : 1);
+      QApplication::exit(drawn->grab().save(options.value(screenshot)) ? 0 : 1);
     });
   }
   return QApplication::exec();

@@ -44,7 +44,7 @@ class Prompter {
   // Input box: the text entered, or nothing for Cancel.
   virtual std::optional<std::string> AskInput(const InputRequest& request) = 0;
   // A line of information that is not a dialog (the window shows it in its
-  // status bar, the command line on stderr).
+  // log panel, the command line on stderr).
   virtual void Notice(std::string_view text) = 0;
   // A file (or folder) whose operation failed, and why: nothing was written
   // for it (the window shows a box, the command line "error: PATH: WHY").

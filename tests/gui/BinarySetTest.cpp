@@ -123,7 +123,7 @@ class BinarySetTest : public QObject {
     OpenSettingsFor({"raw.dat"});
     Type("SampleInt", "50");
     Type("ByteLoc", "2");
-    f->FindInSettings<QPushButton>("Command1")->click();
+    f->ClickInSettings("Command1");
 
     QCOMPARE(f->Items("List1"), QStringList{f->PathText("raw.ABF")});
     QVERIFY(!f->window->BinarySet()->isVisible());
@@ -149,7 +149,7 @@ class BinarySetTest : public QObject {
     f->Open();
     OpenSettingsFor({"b.dat", "a.dat"});
     QCOMPARE(f->FindInSettings<QLabel>("Label2")->text(), QString("b.dat"));
-    f->FindInSettings<QPushButton>("Command1")->click();
+    f->ClickInSettings("Command1");
     QCOMPARE(f->Items("List1"), QStringList{f->PathText("b.ABF")});
   }
 
@@ -158,7 +158,7 @@ class BinarySetTest : public QObject {
     f->Open();
     OpenSettingsFor({"tone.dat"});
     Type("ByteLoc", "44");
-    f->FindInSettings<QPushButton>("Command3")->click();
+    f->ClickInSettings("Command3");
     QCOMPARE(f->Items("List1"), QStringList{f->PathText("tone.wav")});
     QVERIFY(!f->window->BinarySet()->isVisible());
     // The typed location decides the block: a 44-byte header and the 1000 bytes after it.
@@ -173,7 +173,7 @@ class BinarySetTest : public QObject {
     f->Open();
     OpenSettingsFor({"raw.dat"});
     Type("ByteLoc", "11");
-    f->FindInSettings<QPushButton>("Command1")->click();
+    f->ClickInSettings("Command1");
     QVERIFY(f->Items("List1").isEmpty());
     QVERIFY(!std::filesystem::exists(f->dir / "raw.ABF"));
     QCOMPARE(ToList(f->Transcript()).filter("error: " + f->PathText("raw.dat") + ": ").size(), 1);

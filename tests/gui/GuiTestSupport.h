@@ -8,7 +8,9 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QDropEvent>
 #include <QListWidget>
+#include <QMimeData>
 #include <QStringList>
 #include <QTest>
 
@@ -25,9 +27,10 @@ struct WindowFixture {
   std::unique_ptr<gui::MainWindow> window;
 
   // Opens a fresh window on the scratch folder (after the files are written,
-  // or press "Refresh Directory").
-  void Open() {
-    window = std::make_unique<gui::MainWindow>(BuildDefaultTemplate(), prompter,
+  // or press "Refresh Directory"), asking through `through` when given.
+  void Open(Prompter* through = nullptr) {
+    window = std::make_unique<gui::MainWindow>(BuildDefaultTemplate(),
+                                               through != nullptr ? *through : prompter,
                                                gui::PathText(dir.Path()), [] { return kFixedNow; });
     window->show();
   }
@@ -48,7 +51,23 @@ struct WindowFixture {
     return found;
   }
 
-  void Click(const char* button) const { Find<QAbstractButton>(button)->click(); }
+  // Waits until the operations started so far have run and everything they
+  // changed in the window is shown.
+  void WaitIdle() const {
+    if (!QTest::qWaitFor([this] { return !window->Operations().Running(); }, 60000)) {
+      qFatal("the window's operations did not end");
+    }
+  }
+
+  void Click(const char* button) const {
+    Find<QAbstractButton>(button)->click();
+    WaitIdle();
+  }
+
+  void ClickInSettings(const char* button) const {
+    FindInSettings<QAbstractButton>(button)->click();
+    WaitIdle();
+  }
 
   // Selects exactly the named entries of the file list.
   void Select(const QStringList& names) const {
@@ -59,6 +78,24 @@ struct WindowFixture {
       if (found.size() != 1) qFatal("no file %s in the list", qPrintable(name));
       found.front()->setSelected(true);
     }
+  }
+
+  // Drags the file list's selection onto the merge list, as a mouse drag
+  // delivers it. Returns whether the drop was accepted.
+  bool DropSelection(QMimeData* data = nullptr) const {
+    auto* files = Find<QListWidget>("FListBoxFETCH");
+    std::unique_ptr<QMimeData> dragged(
+        data != nullptr ? data
+                        : files->model()->mimeData(files->selectionModel()->selectedIndexes()));
+    QWidget* target = Find<QListWidget>("List2")->viewport();
+    const QPoint at = target->rect().center();
+    QDragEnterEvent enter(at, Qt::CopyAction, dragged.get(), Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(target, &enter);
+    if (!enter.isAccepted()) return false;
+    QDropEvent drop(at, Qt::CopyAction, dragged.get(), Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(target, &drop);
+    WaitIdle();
+    return drop.isAccepted();
   }
 
   QStringList Items(const char* list) const {

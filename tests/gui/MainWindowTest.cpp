@@ -34,23 +34,6 @@ class MainWindowTest : public QObject {
 
   AbfHeader HeaderOfFile(const std::string& name) { return HeaderOf(ReadFile(f->dir / name)); }
 
-  // Drags the file list's selection onto the merge list, as a mouse drag
-  // delivers it. Returns whether the drop was accepted.
-  bool DropSelection(QMimeData* data = nullptr) {
-    auto* files = f->Find<QListWidget>("FListBoxFETCH");
-    std::unique_ptr<QMimeData> dragged(
-        data != nullptr ? data
-                        : files->model()->mimeData(files->selectionModel()->selectedIndexes()));
-    QWidget* target = f->Find<QListWidget>("List2")->viewport();
-    const QPoint at = target->rect().center();
-    QDragEnterEvent enter(at, Qt::CopyAction, dragged.get(), Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(target, &enter);
-    if (!enter.isAccepted()) return false;
-    QDropEvent drop(at, Qt::CopyAction, dragged.get(), Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(target, &drop);
-    return drop.isAccepted();
-  }
-
  private slots:
   void init() { f = std::make_unique<WindowFixture>(); }
   void cleanup() { f.reset(); }
@@ -180,6 +163,7 @@ class MainWindowTest : public QObject {
       auto* box = f->Find<QCheckBox>(name);
       QVERIFY(!box->isChecked() && !(f->window->Bench().*setting));
       box->click();
+      f->WaitIdle();
       QVERIFY(f->window->Bench().*setting);
     }
   }
@@ -237,6 +221,7 @@ class MainWindowTest : public QObject {
     columns->setText("1-2");
     settings->findChild<QLineEdit*>("unit")->setText("mV");
     QTest::mouseClick(settings->findChild<QPushButton*>("Convert"), Qt::LeftButton);
+    f->WaitIdle();
     QCOMPARE(f->Items("List1"), QStringList{f->PathText("table.ABF")});
     const AbfHeader written = HeaderOf(ReadFile(f->dir / "table.ABF"));
     QCOMPARE(written.Get(abf::nADCNumChannels), std::int16_t{2});
@@ -305,7 +290,7 @@ class MainWindowTest : public QObject {
     WriteFile(f->dir / "c.abf", AbfBytes({2}));
     f->Open();
     f->Select({"c.abf", "b.txt", "a.abf"});
-    QVERIFY(DropSelection());
+    QVERIFY(f->DropSelection());
     // In list order, whatever the order of clicking.
     QCOMPARE(f->Items("List2"), (QStringList{f->PathText("a.abf"), f->PathText("c.abf")}));
     QCOMPARE(ToList(f->Transcript()),
@@ -314,7 +299,7 @@ class MainWindowTest : public QObject {
 
     // The same file dropped again is listed again.
     f->Select({"a.abf"});
-    QVERIFY(DropSelection());
+    QVERIFY(f->DropSelection());
     QCOMPARE(f->Items("List2").size(), 3);
   }
 
@@ -324,7 +309,7 @@ class MainWindowTest : public QObject {
     f->Select({"a.abf"});
     auto* text = new QMimeData;
     text->setText("a.abf");
-    QVERIFY(!DropSelection(text));
+    QVERIFY(!f->DropSelection(text));
     QVERIFY(f->Items("List2").isEmpty());
   }
 
@@ -337,7 +322,7 @@ class MainWindowTest : public QObject {
     WriteFile(f->dir / "b.abf", AbfBytes(second));
     f->Open();
     f->Select({"a.abf", "b.abf"});
-    QVERIFY(DropSelection());
+    QVERIFY(f->DropSelection());
 
     f->Click("Command2");  // "Warning!" answered Cancel: nothing happens
     QCOMPARE(f->Items("List2").size(), 2);

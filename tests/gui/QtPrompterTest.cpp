@@ -1,7 +1,9 @@
 // The window's dialogs: titles, texts, defaults and answers as the core gave
 // and expects them, and the busy pointer.
 
+#include <atomic>
 #include <functional>
+#include <thread>
 
 #include <QAbstractButton>
 #include <QInputDialog>
@@ -82,6 +84,27 @@ class QtPrompterTest : public QObject {
     WhenShown<QInputDialog>([](QInputDialog* dialog) { dialog->reject(); });
     QCOMPARE(prompter.AskInput({"name", "Enter a name.", "Enter File Name", "ABFMerge"}),
              std::optional<std::string>());
+  }
+
+  // The window's operations ask from a worker thread: the box is shown by the
+  // interface thread and the worker gets the answer.
+  void aWorkerThreadsQuestionIsAnsweredThroughTheInterfaceThread() {
+    QTimer answerer;
+    connect(&answerer, &QTimer::timeout, [] {
+      if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+        box->button(QMessageBox::Yes)->click();
+      }
+    });
+    answerer.start(10);
+    std::atomic<bool> done = false;
+    bool yes = false;
+    std::thread worker([&] {
+      yes = prompter.AskYesNo({"unknown", "Unknown Data File", "Proceed?"});
+      done = true;
+    });
+    const bool answered = QTest::qWaitFor([&] { return done.load(); }, 10000);
+    worker.join();
+    QVERIFY(answered && yes);
   }
 
   void theBusyPointerIsSetOnceAndClearedOnce() {

@@ -1,0 +1,229 @@
+// The window while operations run: the worker thread keeps the event loop
+// going, the progress bar and Cancel, the log panel, the menus, Escape on the
+// settings windows, the editable merge list, and a size that fits the screen
+// (also run with QT_SCALE_FACTOR=2).
+
+#include <QAction>
+#include <QMenuBar>
+#include <QProgressBar>
+#include <QScreen>
+#include <QScrollArea>
+#include <QStatusBar>
+#include <QTextBrowser>
+#include <QtTest>
+
+#include "GuiTestSupport.h"
+#include "LoggedPrompter.h"
+
+namespace convora::test {
+
+namespace {
+
+QPushButton* CancelButton(const WindowFixture& f) {
+  return f.window->statusBar()->findChild<QPushButton*>("Cancel");
+}
+
+// Passes everything on, pressing the window's Cancel button (from the
+// interface thread, as a person would) when the first input box comes up.
+class CancelAtFirstInput : public gui::LoggedPrompter {
+ public:
+  CancelAtFirstInput(Prompter& inner, const WindowFixture& f)
+      : LoggedPrompter(inner, [](const std::string&) {}), f_(f) {}
+
+  std::optional<std::string> AskInput(const InputRequest& request) override {
+    if (!pressed_) {
+      pressed_ = true;
+      gui::OnInterfaceThread([this] { CancelButton(f_)->click(); });
+    }
+    return LoggedPrompter::AskInput(request);
+  }
+
+ private:
+  const WindowFixture& f_;
+  bool pressed_ = false;
+};
+
+}  // namespace
+
+class WindowRunTest : public QObject {
+  Q_OBJECT
+
+ private:
+  std::unique_ptr<WindowFixture> f;
+
+  QAction* Action(const char* name) {
+    auto* action = f->window->menuBar()->findChild<QAction*>(name);
+    if (action == nullptr) qFatal("no menu entry %s", name);
+    return action;
+  }
+
+ private slots:
+  void init() { f = std::make_unique<WindowFixture>(); }
+  void cleanup() { f.reset(); }
+
+  void aLongFilterRunKeepsTheWindowLiveAndMovesTheProgressBar() {
+    // 128 Mi samples of 0 in a sparse file of 256 MiB.
+    constexpr std::int32_t kSamples = 128 << 20;
+    AbfHeader header = PlainAbfHeader();
+    header.Set(abf::lActualAcqLength, kSamples);
+    const auto path = f->dir / "long.abf";
+    WriteFile(path, AbfBytes(header, {}));
+    std::filesystem::resize_file(path, std::filesystem::file_size(path) + 2 * kSamples);
+    f->Open();
+    f->prompter.AnswerInput("pre", "5");
+    f->prompter.AnswerInput("new", "1");
+    int ticks = 0;
+    QTimer timer;
+    connect(&timer, &QTimer::timeout, [&] { ++ticks; });
+    timer.start(10);
+    QStringList shown;  // the bar's text each time it is full
+    auto* progress = f->window->statusBar()->findChild<QProgressBar*>("Progress");
+    connect(progress, &QProgressBar::valueChanged, [&](int value) {
+      if (value > 0 && value == progress->maximum()) shown << progress->text();
+    });
+    f->Select({"long.abf"});
+    f->Click("Command9");
+    QCOMPARE(f->Items("List1"), QStringList{f->PathText("longFilter.ABF")});
+    QVERIFY2(ticks > 5, qPrintable(QString("the timer fired %1 times").arg(ticks)));
+    QCOMPARE(shown, QStringList{"file 1 of 1, 256.0 MiB of 256.0 MiB"});
+    QCOMPARE(progress->value(), 0);  // at rest again
+    QVERIFY(!CancelButton(*f)->isEnabled());
+  }
+
+  void cancelStopsABatchAfterTheFileInHand() {
+    for (const char* name : {"a.abf", "b.abf", "c.abf"}) WriteFile(f->dir / name, AbfBytes({1, 2}));
+    CancelAtFirstInput cancelling(f->prompter, *f);
+    f->Open(&cancelling);
+    f->Select({"a.abf", "b.abf", "c.abf"});
+    f->prompter.AnswerInput("interval", "50");
+    f->Click("Command11");
+    QCOMPARE(f->Items("List1"), QStringList{f->PathText("a.abf")});
+    QCOMPARE(ToList(f->Transcript()).filter("Sample Interval").size(), 1);
+    QVERIFY(f->Transcript().back() == "notice: " + (f->dir / "b.abf").string() + ", " +
+                                          (f->dir / "c.abf").string() +
+                                          ": not processed, the run was cancelled");
+    f->Click("Command11");  // the next run starts afresh
+    QCOMPARE(f->Items("List1").size(), 4);
+
+    // Runs started one after the other, without waiting, take the selection of
+    // their start and run in that order.
+    for (const char* name : {"c.abf", "a.abf"}) {
+      f->Select({name});
+      f->Find<QPushButton>("Command11")->click();
+    }
+    f->WaitIdle();
+    QCOMPARE(f->Items("List1").mid(4), (QStringList{f->PathText("c.abf"), f->PathText("a.abf")}));
+  }
+
+  void noticesAndFailuresGoToTheLog() {
+    WriteFile(f->dir / "a.abf", AbfBytes({1}));
+    WriteFile(f->dir / "two.abf", AbfBytes({1, 2}, 2));
+    f->Open();
+    f->Select({"two.abf"});
+    f->prompter.AnswerInput("channel", "17");  // there are 16 at most
+    f->Click("Command8");
+    f->Select({"a.abf"});
+    QVERIFY(f->DropSelection());
+    f->Click("Command2");
+    const QStringList log = f->Items("Log");
+    QCOMPARE(log.size(), 2);
+    QVERIFY(log[0].startsWith("error: " + f->PathText("two.abf") + ": "));
+    QVERIFY(log[1].contains("the merge list holds one file"));
+    QCOMPARE(f->Items("List2"), QStringList{f->PathText("a.abf")});
+  }
+
+  void theMenusAndEscape() {
+    std::filesystem::create_directory(f->dir / "sub");
+    WriteFile(f->dir / "sub" / "raw.dat", Bytes(64, 0));
+    f->Open();
+    const std::pair<const char*, QKeySequence> entries[] = {
+        {"OpenFolder", QKeySequence("Ctrl+O")},
+        {"Quit", QKeySequence("Ctrl+Q")},
+        {"Usage", QKeySequence("F1")},
+        {"About", QKeySequence()}};
+    for (const auto& [name, keys] : entries) QCOMPARE(Action(name)->shortcut(), keys);
+
+    f->window->SetFolderChooser([&](QWidget*, const QString&) { return f->PathText("sub"); });
+    Action("OpenFolder")->trigger();
+    QCOMPARE(f->Items("FListBoxFETCH"), QStringList{"raw.dat"});
+    Action("Usage")->trigger();
+    auto* usage = f->window->findChild<QTextBrowser*>("Usage");
+    QVERIFY(usage->isVisible() && usage->toPlainText().contains("Successful Conversion"));
+    Action("About")->trigger();
+    QVERIFY(f->Transcript().back().find("About Convora: Convora v") == 0);
+    QVERIFY(f->Transcript().back().find("Qt 6 (LGPL-3.0)") != std::string::npos);
+
+    // Escape closes either settings window without converting.
+    f->Select({"raw.dat"});
+    f->Click("Command4");
+    f->Click("Command5");
+    for (QWidget* settings : {static_cast<QWidget*>(f->window->BinarySet()),
+                              static_cast<QWidget*>(f->window->AsciiSet())}) {
+      QVERIFY(settings->isVisible());
+      QTest::keyClick(settings, Qt::Key_Escape);
+      QVERIFY(!settings->isVisible());
+    }
+    f->WaitIdle();
+    QVERIFY(f->Items("List1").isEmpty());
+  }
+
+  void theMergeListCanBeEditedAndTheMergeFollowsIt() {
+    WriteFile(f->dir / "a.abf", AbfBytes(Ramp(256)));
+    WriteFile(f->dir / "b.abf", AbfBytes(Ramp(256, 1000)));
+    WriteFile(f->dir / "c.abf", AbfBytes({5}));
+    f->Open();
+    auto* merge = f->Find<gui::MergeList>("List2");
+    const auto drop = [&] {
+      f->Select({"a.abf", "b.abf", "c.abf"});
+      QVERIFY(f->DropSelection());
+    };
+    drop();
+    merge->item(1)->setSelected(true);
+    QTest::keyClick(merge, Qt::Key_Delete);
+    QCOMPARE(f->Items("List2"), (QStringList{f->PathText("a.abf"), f->PathText("c.abf")}));
+    merge->findChild<QAction*>("Clear")->trigger();
+    QVERIFY(f->Items("List2").isEmpty());
+
+    drop();
+    merge->item(2)->setSelected(true);
+    merge->findChild<QAction*>("Remove")->trigger();
+    // Dragging an entry within the list moves it, as the model moves rows.
+    QCOMPARE(merge->dragDropMode(), QAbstractItemView::DragDrop);
+    QVERIFY(merge->model()->moveRow({}, 1, {}, 0));
+    QCOMPARE(f->Items("List2"), (QStringList{f->PathText("b.abf"), f->PathText("a.abf")}));
+    f->prompter.AnswerOkCancel("proceed", true);
+    f->prompter.AnswerInput("name", "ba");
+    f->Click("Command2");
+    std::vector<std::int16_t> expected = Ramp(256, 1000);
+    for (std::int16_t v : Ramp(256)) expected.push_back(v);
+    QCOMPARE(SamplesOf(ReadFile(f->dir / "ba.ABF"), 512), expected);
+    QVERIFY(f->Items("List2").isEmpty());
+  }
+
+  void theWindowFitsTheScreenWithEveryButtonShown() {
+    f->Open();
+    QVERIFY(QTest::qWaitForWindowExposed(f->window.get()));
+    const QRect available = f->window->screen()->availableGeometry();
+    QVERIFY(available.contains(f->window->frameGeometry()));
+    const QRect inside = f->window->rect();
+    for (QPushButton* button : f->window->findChildren<QPushButton*>()) {
+      if (button->window() != f->window.get()) continue;  // the settings windows
+      QVERIFY2(button->isVisible(), qPrintable(button->text()));
+      const QRect at(button->mapTo(f->window.get(), QPoint(0, 0)), button->size());
+      QVERIFY2(inside.contains(at), qPrintable(button->text()));
+      // Not scrolled out of sight either.
+      for (QWidget* up = button->parentWidget(); up != nullptr; up = up->parentWidget()) {
+        if (auto* scroll = qobject_cast<QScrollArea*>(up)) {
+          const QRect shown(scroll->viewport()->mapTo(f->window.get(), QPoint(0, 0)),
+                            scroll->viewport()->size());
+          QVERIFY2(shown.contains(at), qPrintable(button->text()));
+        }
+      }
+    }
+  }
+};
+
+}  // namespace convora::test
+
+QTEST_MAIN(convora::test::WindowRunTest)
+#include "WindowRunTest.moc"
