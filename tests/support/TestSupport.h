@@ -61,6 +61,21 @@ class ByteBuilder {
   Bytes bytes_;
 };
 
+// The notice line a run shows about `source`.
+inline std::string Notice(const std::filesystem::path& source, std::string_view text) {
+  return "notice: " + source.string() + ": " + std::string(text);
+}
+
+// An Axograph file of version `version`: "AxGr", version, column count, then
+// the time column (0, `step`, zeros) and the signal columns, every number
+// big-endian, titles blank-padded to 80.
+struct AxographSignal {
+  std::string title;
+  std::vector<float> values;
+};
+Bytes AxographFile(const std::vector<AxographSignal>& signals, float step,
+                   std::int16_t version = 1);
+
 // 15 November 2026, 13:45:30: lFileStartDate 261115, lFileStartTime 49530.
 inline constexpr LocalDateTime kFixedNow{2026, 11, 15, 13, 45, 30};
 

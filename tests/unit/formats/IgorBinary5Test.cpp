@@ -85,19 +85,17 @@ TEST_F(IgorBinary5Test, DoublesInVoltsAreScaledToTheirPeakInMillivolts) {
 }
 
 TEST_F(IgorBinary5Test, WavesWithNothingToConvertAreRefusedByName) {
-  const std::vector<std::pair<Wave, std::string>> refused = {
-      {{.type = 0, .values = {1, 2, 3}}, "text wave"},
-      {{.type = 0x11, .values = {1, 2, 3}}, "complex"},
-      {{.rows = 1, .columns = 1, .layers = 3, .values = {1, 2, 3}}, "more than 2 dimensions"},
-      {{.values = {}}, "no points"},
-      {{.xUnit = "Hz", .values = {1, 2, 3}}, "not a time"},
-  };
-  for (const auto& [wave, why] : refused) {
-    test::ExpectError(f, ConvertIgor5, "cell.ibw", Make(wave), why);
-  }
   test::Bytes cut = Make({.values = {1, 2, 3}});
   cut.resize(cut.size() - 1);
-  test::ExpectError(f, ConvertIgor5, "cell.ibw", cut, "points");
+  test::ExpectErrors(
+      f, ConvertIgor5, "cell.ibw",
+      {{Make({.type = 0, .values = {1, 2, 3}}), "text wave"},
+       {Make({.type = 0x11, .values = {1, 2, 3}}), "complex"},
+       {Make({.rows = 1, .columns = 1, .layers = 3, .values = {1, 2, 3}}),
+        "more than 2 dimensions"},
+       {Make({.values = {}}), "no points"},
+       {Make({.xUnit = "Hz", .values = {1, 2, 3}}), "not a time"},
+       {cut, "points"}});
 }
 
 }  // namespace

@@ -63,27 +63,21 @@ TEST(IgorTextWaves, WavesOfTheFirstLengthAreOneRecordingAndTheRestAreNamed) {
   EXPECT_EQ(test::HeaderOf(file).Get(abf::fADCSampleInterval), 25.0f);
   EXPECT_EQ(test::SamplesOf(file, 4), (std::vector<std::int16_t>{5461, -8192, 16384, 16384}));
   const auto& t = f.prompter.Transcript();
-  EXPECT_NE(std::find(t.begin(), t.end(),
-                      "notice: " + f.bench.SelectedFilePath.string() +
-                          ": left out, for their length or series: c"),
-            t.end());
-  EXPECT_NE(std::find(t.begin(), t.end(),
-                      "notice: " + f.bench.SelectedFilePath.string() +
-                          ": text waves are not converted: t"),
-            t.end());
+  for (const char* notice : {"left out, for their length or series: c",
+                             "text waves are not converted: t"}) {
+    EXPECT_NE(std::find(t.begin(), t.end(), test::Notice(f.bench.SelectedFilePath, notice)),
+              t.end());
+  }
 }
 
 TEST(IgorTextWaves, WhatCannotBeReadIsRefusedByLineOrName) {
-  const std::vector<std::pair<std::string, std::string>> refused = {
-      {"IGOR\nWAVES/T t\nBEGIN\n\"x\"\nEND\n", "no numeric wave"},
-      {"IGOR\nWAVES a b\nBEGIN\n1\nEND\n", "line 4: 1 values for 2 waves"},
-      {"IGOR\nWAVES a\nBEGIN\n1\n", "no END line"},
-      {"IGOR\nWAVES a\nBEGIN\nx1\nEND\n", "line 4: \"x1\" is not a number"},
-  };
   test::BenchFixture f;
-  for (const auto& [text, why] : refused) {
-    test::ExpectError(f, ConvertPulseItx2, "w.itx", test::TextBytes(text), why);
-  }
+  test::ExpectErrors(
+      f, ConvertPulseItx2, "w.itx",
+      {{test::TextBytes("IGOR\nWAVES/T t\nBEGIN\n\"x\"\nEND\n"), "no numeric wave"},
+       {test::TextBytes("IGOR\nWAVES a b\nBEGIN\n1\nEND\n"), "line 4: 1 values for 2 waves"},
+       {test::TextBytes("IGOR\nWAVES a\nBEGIN\n1\n"), "no END line"},
+       {test::TextBytes("IGOR\nWAVES a\nBEGIN\nx1\nEND\n"), "line 4: \"x1\" is not a number"}});
 }
 
 }  // namespace

@@ -85,11 +85,11 @@ TEST(WinWcp, RejectedRecordsAreNamedAndLeftOutOnRequest) {
     EXPECT_EQ(test::HeaderOf(file).Get(abf::lActualEpisodes), skip ? 1 : 3);
     EXPECT_EQ(test::SamplesOf(file, 3), (std::vector<std::int16_t>{1, 2, 3}));
     EXPECT_EQ(f.prompter.Transcript().back(),
-              "notice: " + f.bench.SelectedFilePath.string() +
-                  ": records 2, 3 are marked REJECTED" +
-                  (skip ? " and left out"
-                        : "; all are converted (--skip-rejected, or \"Leave out rejected records\" "
-                          "in the window, leaves them out)"));
+              test::Notice(f.bench.SelectedFilePath,
+                           std::string("records 2, 3 are marked REJECTED") +
+                               (skip ? " and left out"
+                                     : "; all are converted (--skip-rejected, or \"Leave out "
+                                       "rejected records\" in the window, leaves them out)")));
   }
 }
 
