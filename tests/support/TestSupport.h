@@ -48,6 +48,11 @@ class ByteBuilder {
   ByteBuilder& Int32BE(std::int32_t v);
   ByteBuilder& FloatBE(float v);
   ByteBuilder& DoubleBE(double v);
+  // Big-endian when `big`, as a source of either byte order is written.
+  ByteBuilder& Int16(std::int16_t v, bool big) { return big ? Int16BE(v) : Int16LE(v); }
+  ByteBuilder& Int32(std::int32_t v, bool big) { return big ? Int32BE(v) : Int32LE(v); }
+  ByteBuilder& Float(float v, bool big) { return big ? FloatBE(v) : FloatLE(v); }
+  ByteBuilder& Double(double v, bool big) { return big ? DoubleBE(v) : DoubleLE(v); }
   // The text's bytes, then zeros (or blanks) up to `width` when given.
   ByteBuilder& Text(std::string_view text, std::size_t width = 0, char pad = '\0');
   ByteBuilder& Zeros(std::size_t count);

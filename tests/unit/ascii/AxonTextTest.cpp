@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <utility>
 
 #include "unit/ascii/AsciiExpected.h"
 
@@ -73,20 +72,19 @@ TEST(AxonText, SignalColumnsWithoutTimeAreChannelsAndTheIntervalIsAsked) {
 }
 
 TEST(AxonText, RefusalsNameTheLine) {
+  BenchFixture f;
   // clang-format off
-  const std::pair<std::string, std::string> refusals[] = {
-    {"ABF\t1.0\n0\t1\n\"x\"\n1\n", "line 1: not an Axon Text File"},
-    {"ATF\t1.0\nx\t2\n", "line 2: the header record count \"x\""},
-    {"ATF\t1.0\n1\t3\n\"r\"\n\"Time (s)\"\t\"I (pA)\"\n", "line 4: 2 column titles, but line 2 announces 3"},
-    {"ATF\t1.0\n0\t2\n\"Time (h)\"\t\"I\"\n", "line 3: the time unit \"h\""},
-    {"ATF\t1.0\n0\t4\n\"Time (s)\"\t\"Trace #1 (pA)\"\t\"Trace #1 (mV)\"\t\"Trace #2 (pA)\"\n",
+  ExpectErrors(f, ConvertAxonText, "bad.atf", {
+    {TextBytes("ABF\t1.0\n0\t1\n\"x\"\n1\n"), "line 1: not an Axon Text File"},
+    {TextBytes("ATF\t1.0\nx\t2\n"), "line 2: the header record count \"x\""},
+    {TextBytes("ATF\t1.0\n1\t3\n\"r\"\n\"Time (s)\"\t\"I (pA)\"\n"),
+            "line 4: 2 column titles, but line 2 announces 3"},
+    {TextBytes("ATF\t1.0\n0\t2\n\"Time (h)\"\t\"I\"\n"), "line 3: the time unit \"h\""},
+    {TextBytes("ATF\t1.0\n0\t4\n\"Time (s)\"\t\"Trace #1 (pA)\"\t\"Trace #1 (mV)\"\t"
+               "\"Trace #2 (pA)\"\n"),
             "line 3: trace #2 has 1 columns, the first trace has 2"},
-    {"ATF\t1.0\n3\t2\n\"r\"\n", "ends before its column titles"}};
+    {TextBytes("ATF\t1.0\n3\t2\n\"r\"\n"), "ends before its column titles"}});
   // clang-format on
-  for (const auto& [text, reason] : refusals) {
-    BenchFixture f;
-    ExpectError(f, ConvertAxonText, "bad.atf", TextBytes(text), reason);
-  }
 }
 
 }  // namespace
