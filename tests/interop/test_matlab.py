@@ -129,6 +129,7 @@ class MatFiles(ConvoraTestCase):
                 self.assertEqual((done.returncode, done.stdout), (1, ""))
                 self.assertIn(f"error: {source}: ", done.stderr)
                 self.assertIn(why, done.stderr)
+                self.assertFalse(os.path.exists(self.path(name.replace(".mat", ".ABF"))))
 
     @unittest.skipUnless(HAVE_SAMPLES, "the samples folder is absent")
     def test_real_files_give_their_largest_array_with_time_along_its_longer_side(self):
