@@ -27,9 +27,7 @@ TEST(WinEdr, ChannelsAtTheirPositionsKeepTheirCountsWithTheZeroLevelFolded) {
       "YN1=Vm\r\nYU1=mV\r\nYCF1=0.01\r\nYAG1=2\r\nYZ1=0\r\nYO1=0\r\n",
       512);
   for (std::int16_t v : {7, 110, -7, 90}) b.Int16LE(v);
-  f.Select("rec.EDR", b.Get());
-  ConvertWinCDR(f.bench);
-  const auto file = test::ReadFile(f.dir / "rec.ABF");
+  const auto file = test::Converted(f, ConvertWinCDR, "rec.EDR", b.Get());
   const AbfHeader h = test::HeaderOf(file);
   EXPECT_EQ(h.Get(abf::nADCNumChannels), 2);
   EXPECT_EQ(h.Get(abf::fADCSampleInterval), 50.0f);
