@@ -8,35 +8,39 @@ import struct
 import sys
 
 
-def axograph():
-    points, values = 3, [0.0, 1e-4, 2e-4]
-    data = b"AxGr" + struct.pack(">hhi", 1, 2, points)
-    data += b"Time (s)".ljust(80) + struct.pack(f">{points}f", *values)
-    data += struct.pack(">i", points) + b"Current (A)".ljust(80)
-    return data + struct.pack(f">{points}f", -1e-11, 0.0, 2e-11)
+def axograph(signals=(("Current (A)", (-1e-11, 0.0, 2e-11)),), step=1e-4):
+    """Axograph version 1: a time column, then one column per signal, every number big-endian."""
+    points = len(signals[0][1])
+    columns = (("Time (s)", [i * step for i in range(points)]), *signals)
+    data = b"AxGr" + struct.pack(">hh", 1, len(columns))
+    for title, values in columns:
+        data += struct.pack(f">i80s{points}f", points, title.encode().ljust(80), *values)
+    return data
 
 
-def igor_binary(big_endian):
+def igor_binary(big_endian, values=(-1e-11, 5e-12, 2e-11), kind="f", units=b"A   s   ", step=1e-4):
+    """A version-2 wave: a 16-byte file header, the wave header from byte 16 (type, data and x
+    units, point count, x step), values from byte 126."""
     order = ">" if big_endian else "<"
-    head = struct.pack(order + "h14x", 2) + struct.pack(order + "h", 2) + bytes(32)
-    head += b"A   " + b"s   " + struct.pack(order + "ih", 3, 0) + struct.pack(order + "d", 1e-4)
-    head = head.ljust(126, b"\0")
-    return head + struct.pack(order + "3f", -1e-11, 5e-12, 2e-11)
+    head = struct.pack(order + "h14xh32x8sihd", 2, 4 if kind == "d" else 2, units, len(values),
+                       0, step)
+    return head.ljust(126, b"\0") + struct.pack(f"{order}{len(values)}{kind}", *values)
 
 
-def igor_text():
-    return b"IGOR\rWAVES\twave0\rBEGIN\r\t-2e-11\r\t1e-11\r\t2e-11\rEND\r"
+def igor_text(values=(-2e-11, 1e-11, 2e-11), *after):
+    """Igor text as a Macintosh writes it: CR line ends, a tab before each value, then `after`."""
+    lines = ["IGOR", "WAVES\twave0", "BEGIN", *(f"\t{v!r}" for v in values), "END", *after, ""]
+    return "\r".join(lines).encode("ascii")
 
 
-def cdr():
+def cdr(counts=range(-256, 256), per_count=0.5, unit=b"pA"):
+    """A CDR recording: a 512-byte header (records of 512 counts, duration, 0.1 ms interval,
+    units per count, 5 V range, unit, resolution 2048), then the counts."""
     head = bytearray(512)
-    struct.pack_into("<h", head, 0, 1)
-    struct.pack_into("<f", head, 4, 0.0512)
-    struct.pack_into("<fff", head, 98, 0.1, 0.5, 5.0)
-    head[110:112] = b"pA"
-    struct.pack_into("<h", head, 122, 2048)
+    struct.pack_into("<hxxf", head, 0, len(counts) // 512, len(counts) * 0.1 / 1000)
+    struct.pack_into("<fff2s10xh", head, 98, 0.1, per_count, 5.0, unit, 2048)
     head[168:172] = b"CDR "
-    return bytes(head) + struct.pack("<512h", *range(-256, 256))
+    return bytes(head) + struct.pack(f"<{len(counts)}h", *counts)
 
 
 def scan():

@@ -41,7 +41,7 @@ TEST(BatchCli, TwoSourcesWithOneOutputNameAreToldOf) {
   WriteFile(dir / "cell.2.dat", Bytes(8, 2));
   const Outcome run = Convora(dir, "binary cell.1.dat cell.2.dat");
   EXPECT_EQ(run.status, 0);
-  EXPECT_EQ(run.err, "notice: " + (dir / "cell.2.dat").string() + ": its output " +
+  EXPECT_EQ(run.err, Notice(dir / "cell.2.dat", "its output ") +
                          (dir / "cell.ABF").string() + " was written from " +
                          (dir / "cell.1.dat").string() +
                          " earlier in this run and is now written over (the name is cut at the "

@@ -75,8 +75,8 @@ TEST(ConvertCli, RejectedRecordsAreLeftOutOnRequestAndAContinuousWcpIsRefusedAsR
   const Outcome run = Convora(dir, "convert --skip-rejected cell.wcp edr.wcp");
   EXPECT_EQ(run.status, 1);
   EXPECT_EQ(run.out, (dir / "cell.ABF").string() + "\n" + (dir / "edr.ABF").string() + "\n");
-  EXPECT_TRUE(HasLine(run.err, "notice: " + (dir / "cell.wcp").string() +
-                                   ": record 2 is marked REJECTED and left out\n"))
+  EXPECT_TRUE(
+      HasLine(run.err, Notice(dir / "cell.wcp", "record 2 is marked REJECTED and left out\n")))
       << run.err;
   EXPECT_TRUE(HasLine(
       run.err, "error: " + (dir / "edr.wcp").string() + ": the header has no record count (NR)"))

@@ -64,8 +64,8 @@ TEST(ToolCli, SetUnitBeyondTheChannelCountFollowsTheSamplingSequence) {
   WriteFile(dir / "two.abf", AbfBytes(header, Ramp(4)));
   const Outcome beyond = Convora(dir, "set-unit --channel 3 --unit mV two.abf");
   EXPECT_EQ(beyond.status, 0);
-  EXPECT_TRUE(HasLine(beyond.err, "notice: " + (dir / "two.abf").string() +
-                                      ": channel 3 is beyond this file's 2 channels;"));
+  EXPECT_TRUE(
+      HasLine(beyond.err, Notice(dir / "two.abf", "channel 3 is beyond this file's 2 channels;")));
   header.Set(abf::nADCSamplingSeq, 2, std::int16_t{-1});
   WriteFile(dir / "two.abf", AbfBytes(header, Ramp(4)));
   const Bytes unused = ReadFile(dir / "two.abf");

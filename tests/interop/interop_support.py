@@ -21,6 +21,9 @@ except ImportError as missing:  # pragma: no cover - depends on the machine
           "python3-biosig", file=sys.stderr)
     sys.exit(77)
 
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "fuzz"))
+import make_seeds  # noqa: E402  (small valid files of the readers, built from their layouts)
+
 CONVORA = os.environ.get("CONVORA_EXE", "convora")
 SAMPLES = os.environ.get("CONVORA_SAMPLES_DIR", "")
 HAVE_SAMPLES = bool(SAMPLES) and os.path.isdir(SAMPLES)
@@ -41,6 +44,13 @@ def float32(value):
 def one_count(reference, adc_range=10.24):
     """What one stored count is worth in a channel scaled to this reference value."""
     return adc_range / (32768 * float32(10.24 / reference / 2))
+
+
+def read_stfio(path, kind):
+    """stfio's reading: every sweep's channels as one array of samples x channels."""
+    record = stfio.read(path, kind)  # its sweeps are views: copy them while it lives
+    return [numpy.column_stack([numpy.array(channel[s]) for channel in record])
+            for s in range(len(record[0]))]
 
 
 def read_abf(path):
@@ -102,9 +112,9 @@ class ConvoraTestCase(unittest.TestCase):
         """A writable copy of a sample file, in the scratch folder."""
         return shutil.copyfile(os.path.join(SAMPLES, *parts), self.path(parts[-1]))
 
-    def run_convora(self, *args):
+    def run_convora(self, *args, timeout=None):
         return subprocess.run([CONVORA, *args], cwd=self.folder, stdin=subprocess.DEVNULL,
-                              capture_output=True, text=True, check=False)
+                              capture_output=True, text=True, check=False, timeout=timeout)
 
     def convert(self, *args):
         """Runs convora; asserts success; returns the written paths."""

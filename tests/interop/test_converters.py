@@ -6,8 +6,8 @@ import os
 import struct
 import wave
 
-from interop_support import (HAVE_SAMPLES, SAMPLES, ConvoraTestCase, float32, main, numpy,
-                             one_count)
+from interop_support import (HAVE_SAMPLES, SAMPLES, ConvoraTestCase, float32, main, make_seeds,
+                             numpy, one_count)
 
 
 def real_atf():
@@ -55,12 +55,7 @@ class ConverterReadBack(ConvoraTestCase):
 
     def test_axograph_columns_come_back_in_millivolts_and_picoamperes(self):
         volts, amperes = [-0.004, 0.008, 0.002, 0.0], [1e-11, -2e-11, 2e-11, 5e-12]
-        # Version 1: a time column, then one column per signal, big-endian.
-        data = b"AxGr" + struct.pack(">hh", 1, 3)
-        for title, values in (("Time (s)", [i * 1e-4 for i in range(4)]), ("Vm (V)", volts),
-                              ("Im (A)", amperes)):
-            data += struct.pack(">i", 4) + title.encode("ascii").ljust(80, b" ")
-            data += struct.pack(">4f", *values)
+        data = make_seeds.axograph((("Vm (V)", volts), ("Im (A)", amperes)))
         # The time step is the per-channel interval. Ranges are the smaller extremes:
         # 4 mV (8 mV then lands at full scale) and 20 pA.
         columns = [[float32(v) * 1000 for v in volts], [float32(a) * 1e12 for a in amperes]]
@@ -69,14 +64,8 @@ class ConverterReadBack(ConvoraTestCase):
 
     def test_cdr_counts_come_back_times_the_calibration(self):
         counts = [(i * 37) % 4001 - 2000 for i in range(3 * 512)]
-        # A 512-byte header (records of 512 counts, duration, 0.1 ms interval, 0.25 units per
-        # count, 5 V range, unit, resolution 2048) and ten spare bytes that keep the length
-        # off every multiple another format is recognised by.
-        header = bytearray(512)
-        struct.pack_into("<hxxf", header, 0, len(counts) // 512, len(counts) * 0.1 / 1000)
-        struct.pack_into("<fff2s10xh", header, 98, 0.1, 0.25, 5.0, b"mV", 2048)
-        header[168:172] = b"CDR "
-        data = bytes(header) + struct.pack(f"<{len(counts)}h", *counts) + b"\x55" * 10
+        # Ten spare bytes keep the length off every multiple another format is recognised by.
+        data = make_seeds.cdr(counts, 0.25, b"mV") + b"\x55" * 10
         recording = self.convert_one("convert", self.write("rec.cdr", data))
         self.assertEqual((recording.units, recording.rate_hz), (["mV"], 10000.0))  # 0.1 ms
         # The scale factor 5 / (2048 x 0.25) makes a count worth exactly 0.25 mV.
@@ -84,20 +73,15 @@ class ConverterReadBack(ConvoraTestCase):
 
     def test_igor_binary_macintosh_doubles_in_amperes_come_back_as_picoamperes(self):
         amperes = [-1e-11, 2e-11, 5e-12, 1.5e-11]
-        # Big-endian version-2 wave of doubles: file header, wave header from byte 16
-        # (type, unit, point count, x step), values from byte 126.
-        head = struct.pack(">h14xh32x4s4xihd", 2, 4, b"A", len(amperes), 0, 5e-5).ljust(126, b"\0")
-        source = self.write("wave.ibw", head + struct.pack(f">{len(amperes)}d", *amperes))
+        source = self.write("wave.ibw", make_seeds.igor_binary(True, amperes, "d", b"A", 5e-5))
         # |max| 20 > |min| 10: the reference is 1000 pA whatever the data.
         self.assertStored(self.convert_one("convert", source), ["pA"], 20000.0,
                           [[[a * 1e12 for a in amperes]]], [one_count(1000)])
 
     def test_igor_text_amperes_come_back_as_picoamperes_within_one_count(self):
         amperes = [-5e-12, 8e-12, 1e-12, 0.0, -1.234e-12]
-        # As written on a Macintosh: CR line ends, a tab before each value.
-        lines = ["IGOR", "WAVES\twave0", "BEGIN"] + [f"\t{v!r}" for v in amperes]
-        lines += ["END", 'X SetScale/P x 0,0.0001,"s", wave0; SetScale d 0,0,"A", wave0', ""]
-        source = self.write("wave.itx", "\r".join(lines).encode("ascii"))
+        source = self.write("wave.itx", make_seeds.igor_text(
+            amperes, 'X SetScale/P x 0,0.0001,"s", wave0; SetScale d 0,0,"A", wave0'))
         # Extremes -5 and 8 pA: the range is the smaller, 5 pA, so 8 pA passes half scale;
         # the file's range is 10.0 against the 10.24 of the scale factor.
         self.assertStored(self.convert_one("convert", source, "--interval", "20"), ["pA"], 50000.0,

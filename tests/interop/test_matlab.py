@@ -3,10 +3,9 @@ converted and read back against the arrays written."""
 
 import os
 import struct
-import subprocess
 import unittest
 
-from interop_support import (CONVORA, HAVE_SAMPLES, SAMPLES, ConvoraTestCase, main, numpy)
+from interop_support import HAVE_SAMPLES, SAMPLES, ConvoraTestCase, main, numpy
 
 try:
     import h5py
@@ -100,24 +99,19 @@ class MatFiles(ConvoraTestCase):
         for version in ("5", "7.3"):
             for number, (variables, options, units, rate, sweeps) in enumerate(cases):
                 with self.subTest(version=version, case=number):
-                    source = save(self.path(f"rule{number}_v{version.replace('.', '')}.mat"), variables, version)
+                    name = f"rule{number}_v{version.replace('.', '')}.mat"
+                    source = save(self.path(name), variables, version)
                     recording = self.convert_one("convert", source, *options)
                     self.assertEqual(recording.units, units)
                     self.assertAlmostEqual(recording.rate_hz, rate, places=2)
                     self.assertValues(recording, sweeps)
 
-    def test_a_file_with_no_numeric_array_is_refused_by_what_it_holds(self):
-        source = save(self.path("words.mat"), {"note": "text only", "dt": 1e-3}, "5")
-        done = subprocess.run([CONVORA, "convert", source], capture_output=True, text=True,
-                              check=False)
-        self.assertEqual(done.returncode, 1)
-        self.assertIn("no real numeric array", done.stderr)
-        self.assertIn("note (2-D char), dt (double scalar)", done.stderr)
-        self.assertFalse(os.path.exists(self.path("words.ABF")))
-
-    def test_damaged_files_are_refused_before_libmatio_trusts_them(self):
+    def test_files_without_a_recording_or_damaged_are_refused_before_libmatio_trusts_them(self):
         head = b"MATLAB 5.0 MAT-file".ljust(124)
-        cases = [  # name, bytes after the 124-byte text, what the error says
+        cases = [  # name, the variables or the bytes after the 124-byte text, what the error says
+            ("words.mat", {"note": "text only", "dt": 1e-3},
+             "no real numeric array of 2 or 3 dimensions to convert; it holds note (2-D char), "
+             "dt (double scalar)"),
             ("version.mat", struct.pack("<H", 0x0300) + b"IM", "header names version 768"),
             # A cell array whose dimensions claim 4 x 939524098 values in 72 bytes.
             ("cells.mat", struct.pack("<H", 0x0100) + b"IM" + struct.pack(
@@ -127,14 +121,15 @@ class MatFiles(ConvoraTestCase):
             ("wrap.mat", struct.pack("<H", 0x0100) + b"IM" + struct.pack("<II", 99, 0xFFFFFFF8) +
              bytes(64), ""),
         ]
-        for name, tail, why in cases:
+        for name, content, why in cases:
             with self.subTest(name):
-                source = self.write(name, head + tail)
-                done = subprocess.run([CONVORA, "convert", source], capture_output=True,
-                                      text=True, check=False, timeout=20)
-                self.assertEqual(done.returncode, 1)
+                source = (save(self.path(name), content, "5") if isinstance(content, dict)
+                          else self.write(name, head + content))
+                done = self.run_convora("convert", source, timeout=20)
+                self.assertEqual((done.returncode, done.stdout), (1, ""))
                 self.assertIn(f"error: {source}: ", done.stderr)
                 self.assertIn(why, done.stderr)
+                self.assertFalse(os.path.exists(self.path(name.replace(".mat", ".ABF"))))
 
     @unittest.skipUnless(HAVE_SAMPLES, "the samples folder is absent")
     def test_real_files_give_their_largest_array_with_time_along_its_longer_side(self):

@@ -4,16 +4,15 @@ stfio's own reading of the bundle."""
 import os
 import unittest
 
-from interop_support import HAVE_SAMPLES, SAMPLES, ConvoraTestCase, main, numpy, read_abf, stfio
+from interop_support import (HAVE_SAMPLES, SAMPLES, ConvoraTestCase, main, numpy, read_abf,
+                             read_stfio)
 
 
 @unittest.skipUnless(HAVE_SAMPLES, "the samples folder is absent")
 class PatchMasterBundle(ConvoraTestCase):
     def test_the_series_together_hold_every_sweep_and_trace(self):
         name = "loadheka_1_PatchMaster_v2x73.dat"
-        record = stfio.read(os.path.join(SAMPLES, "heka", name), "heka")
-        expected = [numpy.column_stack([numpy.array(channel[s]) for channel in record])
-                    for s in range(len(record[0]))]  # copied while the record lives
+        expected = read_stfio(os.path.join(SAMPLES, "heka", name), "heka")
         source = self.copy_sample("heka", name)
         written = self.convert("convert", source)
         stem = os.path.splitext(source)[0]

@@ -2,11 +2,10 @@
 an independent reading of the source (neo's own readers, stfio, or the documented layout)."""
 
 import os
-import struct
 import unittest
 
-from interop_support import (HAVE_SAMPLES, SAMPLES, ConvoraTestCase, main, neo, numpy, read_abf,
-                             stfio)
+from interop_support import (HAVE_SAMPLES, SAMPLES, ConvoraTestCase, main, make_seeds, neo, numpy,
+                             read_abf, read_stfio)
 
 
 def by_neo(io, unit=None, scale=1.0):
@@ -14,12 +13,6 @@ def by_neo(io, unit=None, scale=1.0):
     return lambda path: [scale * numpy.hstack([(s.rescale(unit) if unit else s).magnitude
                                                for s in segment.analogsignals])
                          for segment in io(filename=path).read_block(lazy=False).segments]
-
-
-def by_stfio(path):
-    record = stfio.read(path, "cfs")  # its sections are views: copy them while it lives
-    return [numpy.column_stack([numpy.array(channel[s]) for channel in record])
-            for s in range(len(record[0]))]
 
 
 def by_layout(dtype, offset, rows, columns, scale=1.0):
@@ -36,7 +29,7 @@ class RealRecordings(ConvoraTestCase):
             # neo divides by ADCMAX + 1 (2048), the recording program by ADCMAX (2047).
             ("strathclyde", "neo_File_WinEDR_1.EDR", ".ABF",
              by_neo(neo.io.WinEdrIO, scale=2048 / 2047), 1e-5, 0),
-            ("ced", "m0ose01_test_data.cfs", ".ABF", by_stfio, 1e-5, 0),
+            ("ced", "m0ose01_test_data.cfs", ".ABF", lambda path: read_stfio(path, "cfs"), 1e-5, 0),
             ("abf", "myokit_abf-v2_ABF2.abf", "_abf1.ABF", by_neo(neo.io.AxonIO), 1e-6, 0),
             ("abf", "pyABF_2018_12_09_pCLAMP11_0001_ABF2.abf", "_abf1.ABF",
              by_neo(neo.io.AxonIO, "pA"), 1e-6, 0),
@@ -77,12 +70,9 @@ class RealRecordings(ConvoraTestCase):
 
 class MixedBatch(ConvoraTestCase):
     def test_each_file_from_the_template_keeps_its_own_channel_count(self):
-        axograph = b"AxGr" + struct.pack(">hh", 1, 3)
-        for title, values in (("Time (s)", (0, 1e-4)), ("I (A)", (1e-11, -1e-11)),
-                              ("V (V)", (0.01, -0.01))):
-            axograph += struct.pack(">i80s2f", 2, title.encode().ljust(80), *values)
-        self.write("two.axgd", axograph)
-        self.write("one.itx", b"IGOR\rWAVES\twave0\rBEGIN\r\t-1e-12\r\t1e-12\rEND\r")
+        self.write("two.axgd", make_seeds.axograph((("I (A)", (1e-11, -1e-11)),
+                                                    ("V (V)", (0.01, -0.01)))))
+        self.write("one.itx", make_seeds.igor_text((-1e-12, 1e-12)))
         written = self.convert("--each-from-template", "convert", "--interval", "50",
                                self.path("two.axgd"), self.path("one.itx"))
         self.assertEqual([len(read_abf(path).units) for path in written], [2, 1])

@@ -116,4 +116,13 @@ inline void ExpectError(BenchFixture& f, const Converter& convert, const std::st
   EXPECT_EQ(f.bench.TemplateHeader, before);
 }
 
+// Each source must end in an error that names its reason, as ExpectError checks it.
+inline void ExpectErrors(BenchFixture& f, const Converter& convert, const std::string& name,
+                         const std::vector<std::pair<Bytes, std::string>>& refused) {
+  for (const auto& [source, why] : refused) {
+    SCOPED_TRACE(why);
+    ExpectError(f, convert, name, source, why);
+  }
+}
+
 }  // namespace convora::test

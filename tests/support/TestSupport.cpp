@@ -83,6 +83,20 @@ ByteBuilder& ByteBuilder::Raw(const Bytes& bytes) {
   return *this;
 }
 
+Bytes AxographFile(const std::vector<AxographSignal>& signals, float step,
+                   std::int16_t version) {
+  const auto points = static_cast<std::int32_t>(signals.front().values.size());
+  ByteBuilder b;
+  b.Text("AxGr").Int16BE(version).Int16BE(static_cast<std::int16_t>(signals.size() + 1));
+  b.Int32BE(points).Text("Time (s)", 80, ' ').FloatBE(0.0f).FloatBE(step);
+  b.Zeros(4 * static_cast<std::size_t>(points - 2));
+  for (const auto& signal : signals) {
+    b.Int32BE(points).Text(signal.title, 80, ' ');
+    for (const float v : signal.values) b.FloatBE(v);
+  }
+  return b.Get();
+}
+
 BenchFixture::BenchFixture() : BenchFixture(BuildDefaultTemplate()) {}
 
 BenchFixture::BenchFixture(const AbfHeader& templateHeader)

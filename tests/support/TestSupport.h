@@ -48,6 +48,11 @@ class ByteBuilder {
   ByteBuilder& Int32BE(std::int32_t v);
   ByteBuilder& FloatBE(float v);
   ByteBuilder& DoubleBE(double v);
+  // Big-endian when `big`, as a source of either byte order is written.
+  ByteBuilder& Int16(std::int16_t v, bool big) { return big ? Int16BE(v) : Int16LE(v); }
+  ByteBuilder& Int32(std::int32_t v, bool big) { return big ? Int32BE(v) : Int32LE(v); }
+  ByteBuilder& Float(float v, bool big) { return big ? FloatBE(v) : FloatLE(v); }
+  ByteBuilder& Double(double v, bool big) { return big ? DoubleBE(v) : DoubleLE(v); }
   // The text's bytes, then zeros (or blanks) up to `width` when given.
   ByteBuilder& Text(std::string_view text, std::size_t width = 0, char pad = '\0');
   ByteBuilder& Zeros(std::size_t count);
@@ -60,6 +65,21 @@ class ByteBuilder {
  private:
   Bytes bytes_;
 };
+
+// The notice line a run shows about `source`.
+inline std::string Notice(const std::filesystem::path& source, std::string_view text) {
+  return "notice: " + source.string() + ": " + std::string(text);
+}
+
+// An Axograph file of version `version`: "AxGr", version, column count, then
+// the time column (0, `step`, zeros) and the signal columns, every number
+// big-endian, titles blank-padded to 80.
+struct AxographSignal {
+  std::string title;
+  std::vector<float> values;
+};
+Bytes AxographFile(const std::vector<AxographSignal>& signals, float step,
+                   std::int16_t version = 1);
 
 // 15 November 2026, 13:45:30: lFileStartDate 261115, lFileStartTime 49530.
 inline constexpr LocalDateTime kFixedNow{2026, 11, 15, 13, 45, 30};

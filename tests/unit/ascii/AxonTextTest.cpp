@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <utility>
 
 #include "unit/ascii/AsciiExpected.h"
 
@@ -41,9 +40,8 @@ TEST(AxonText, TracesOfOneSignalBecomeEpisodesWithASynchArray) {
     data.Int16LE(s);
   }
   data.PadTo(512).Int32LE(0).Int32LE(4).Int32LE(4).Int32LE(4);
-  f.Select("cell.atf", TextBytes(kEpisodic));
-  ConvertAxonText(f.bench);
-  EXPECT_EQ(ReadFile(f.dir / "cell.ABF"), RawAbfImage(h, data.Get()));
+  EXPECT_EQ(Converted(f, ConvertAxonText, "cell.atf", TextBytes(kEpisodic)),
+            RawAbfImage(h, data.Get()));
   EXPECT_TRUE(f.prompter.Transcript().empty());
   // The sweep table is this file's alone; the next conversion starts gap-free.
   EXPECT_EQ(f.bench.TemplateHeader.Get(abf::lSynchArraySize), 0);
@@ -54,13 +52,13 @@ TEST(AxonText, SignalColumnsWithoutTimeAreChannelsAndTheIntervalIsAsked) {
   BenchFixture f;
   f.prompter.AnswerInput("interval", "20");
   // CR line ends; a comma-separated table; unit "nA" kept as it is.
-  f.Select("plain.atf", TextBytes("ATF 1.0\r0 2\r\"Ia (nA)\",\"Ib (nA)\"\r1,-4\r-1,0.5\r"));
-  ConvertAxonText(f.bench);
+  const Bytes text = TextBytes("ATF 1.0\r0 2\r\"Ia (nA)\",\"Ib (nA)\"\r1,-4\r-1,0.5\r");
   // a (peak 1): 1 x 16383.99963 - 1 -> 16383, -1 -> -16385.
   // b (peak 4): -4 -> -16385, 0.5 x 4095.99991 - 1 = 2046.99996 -> 2047.
   // 20 us a row, 10 between the interleaved samples; 4 x 10 / 1e6 s.
   const AbfHeader h = GapFree(TableHeader(4, 10.0f, 4e-5f, {{"nA", kPeak1}, {"nA", kPeak4}}));
-  EXPECT_EQ(ReadFile(f.dir / "plain.ABF"), AbfImage(h, {16383, -16385, -16385, 2047}));
+  EXPECT_EQ(Converted(f, ConvertAxonText, "plain.atf", text),
+            AbfImage(h, {16383, -16385, -16385, 2047}));
   EXPECT_EQ(f.prompter.Transcript(),
             std::vector<std::string>{
                 "Input Sample Interval: Please enter the sample interval in microsecond"});
@@ -73,20 +71,19 @@ TEST(AxonText, SignalColumnsWithoutTimeAreChannelsAndTheIntervalIsAsked) {
 }
 
 TEST(AxonText, RefusalsNameTheLine) {
+  BenchFixture f;
   // clang-format off
-  const std::pair<std::string, std::string> refusals[] = {
-    {"ABF\t1.0\n0\t1\n\"x\"\n1\n", "line 1: not an Axon Text File"},
-    {"ATF\t1.0\nx\t2\n", "line 2: the header record count \"x\""},
-    {"ATF\t1.0\n1\t3\n\"r\"\n\"Time (s)\"\t\"I (pA)\"\n", "line 4: 2 column titles, but line 2 announces 3"},
-    {"ATF\t1.0\n0\t2\n\"Time (h)\"\t\"I\"\n", "line 3: the time unit \"h\""},
-    {"ATF\t1.0\n0\t4\n\"Time (s)\"\t\"Trace #1 (pA)\"\t\"Trace #1 (mV)\"\t\"Trace #2 (pA)\"\n",
+  ExpectErrors(f, ConvertAxonText, "bad.atf", {
+    {TextBytes("ABF\t1.0\n0\t1\n\"x\"\n1\n"), "line 1: not an Axon Text File"},
+    {TextBytes("ATF\t1.0\nx\t2\n"), "line 2: the header record count \"x\""},
+    {TextBytes("ATF\t1.0\n1\t3\n\"r\"\n\"Time (s)\"\t\"I (pA)\"\n"),
+            "line 4: 2 column titles, but line 2 announces 3"},
+    {TextBytes("ATF\t1.0\n0\t2\n\"Time (h)\"\t\"I\"\n"), "line 3: the time unit \"h\""},
+    {TextBytes("ATF\t1.0\n0\t4\n\"Time (s)\"\t\"Trace #1 (pA)\"\t\"Trace #1 (mV)\"\t"
+               "\"Trace #2 (pA)\"\n"),
             "line 3: trace #2 has 1 columns, the first trace has 2"},
-    {"ATF\t1.0\n3\t2\n\"r\"\n", "ends before its column titles"}};
+    {TextBytes("ATF\t1.0\n3\t2\n\"r\"\n"), "ends before its column titles"}});
   // clang-format on
-  for (const auto& [text, reason] : refusals) {
-    BenchFixture f;
-    ExpectError(f, ConvertAxonText, "bad.atf", TextBytes(text), reason);
-  }
 }
 
 }  // namespace

@@ -28,9 +28,7 @@ TEST(DataqAscii, TimeColumnIsNoChannelAndVoltsBecomeMillivolts) {
            // Without one, the time column gives the interval: (0.01 - 0) / 2 s.
            "Time,CH1 (V),CH2 (mV)\n" + kRows}) {
     BenchFixture f;
-    f.Select("run.csv", TextBytes(text));
-    ConvertDataqAscii(f.bench);
-    EXPECT_EQ(ReadFile(f.dir / "run.ABF"), Expected()) << text;
+    EXPECT_EQ(Converted(f, ConvertDataqAscii, "run.csv", TextBytes(text)), Expected()) << text;
     EXPECT_TRUE(f.prompter.Transcript().empty());
   }
 }
@@ -38,8 +36,6 @@ TEST(DataqAscii, TimeColumnIsNoChannelAndVoltsBecomeMillivolts) {
 TEST(DataqAscii, WithoutRateOrTitlesEveryColumnIsAChannelAndTheIntervalIsAsked) {
   BenchFixture f;
   f.prompter.AnswerInput("interval", "100");
-  f.Select("bare.csv", TextBytes("1;-2\n2;4\n"));
-  ConvertDataqAscii(f.bench);
   // Volts as mV: 1000, 2000 (peak 2000) and -2000, 4000 (peak 4000). Only
   // value / peak matters, to within the float rounding of the factors (a few
   // 1e-8 relative, far below half a count): 1000 -> 8192 - 1, 2000 -> 16384 - 1,
@@ -47,10 +43,8 @@ TEST(DataqAscii, WithoutRateOrTitlesEveryColumnIsAChannelAndTheIntervalIsAsked) 
   const float f1 = static_cast<float>(10.24 / 2000.0 / 2.0);
   const float f2 = static_cast<float>(10.24 / 4000.0 / 2.0);
   const AbfHeader h = GapFree(TableHeader(4, 50.0f, 2e-4f, {{"mV", f1}, {"mV", f2}}));
-  const Bytes output = ReadFile(f.dir / "bare.ABF");
-  EXPECT_EQ(HeaderOf(output), h);
-  const auto samples = SamplesOf(output, 4);
-  EXPECT_EQ(samples, (std::vector<std::int16_t>{8191, -8193, 16383, 16383}));
+  EXPECT_EQ(Converted(f, ConvertDataqAscii, "bare.csv", TextBytes("1;-2\n2;4\n")),
+            AbfImage(h, {8191, -8193, 16383, 16383}));
 }
 
 TEST(DataqAscii, RefusesARateThatIsNoNumber) {

@@ -103,16 +103,12 @@ TEST_F(Abf2Test, FloatSamplesAreScaledToEachChannelsPeak) {
 }
 
 TEST_F(Abf2Test, WhatCannotBeReadIsRefusedByName) {
-  const std::vector<std::pair<Abf2, std::string>> refused = {
-      {{.compressed = 1}, "compressed"},
-      {{.mode = 1}, "varying length"},
-      {{.dataFormat = 3}, "data format"},
-      {{.dataEntries = 1000}, "data section"},
-  };
-  for (const auto& [abf2, why] : refused) {
-    // Not "cell.abf": where names ignore case, cell.ABF, checked for, is the source.
-    test::ExpectError(f, ConvertAbf2, "cell.dat", Make(abf2), why);
-  }
+  // Not "cell.abf": where names ignore case, cell.ABF, checked for, is the source.
+  test::ExpectErrors(f, ConvertAbf2, "cell.dat",
+                     {{Make({.compressed = 1}), "compressed"},
+                      {Make({.mode = 1}), "varying length"},
+                      {Make({.dataFormat = 3}), "data format"},
+                      {Make({.dataEntries = 1000}), "data section"}});
 }
 
 }  // namespace

@@ -86,9 +86,9 @@ TEST_P(AcqKnowledgeRevision, ChannelsOfTheFastestRateAreKeptAndTheSlowerNamed) {
   EXPECT_EQ(h.Get(abf::sADCChannelName, 1), "C         ");
   EXPECT_EQ(test::SamplesOf(file, 8), (std::vector<std::int16_t>{1, 10, 2, 20, 3, 30, 4, 40}));
   EXPECT_EQ(f.prompter.Transcript(),
-            std::vector<std::string>{"notice: " + (f.dir / "rec.acq").string() +
-                                     ": not converted, sampled slower than the channels kept: "
-                                     "channel 2 (B, sampled every 2 graph samples)"});
+            std::vector<std::string>{test::Notice(
+                f.dir / "rec.acq", "not converted, sampled slower than the channels kept: "
+                                   "channel 2 (B, sampled every 2 graph samples)")});
 }
 
 INSTANTIATE_TEST_SUITE_P(AcqKnowledge, AcqKnowledgeRevision, testing::Values(38, 45, 70, 100, 132));
@@ -96,7 +96,8 @@ INSTANTIATE_TEST_SUITE_P(AcqKnowledge, AcqKnowledgeRevision, testing::Values(38,
 TEST(AcqKnowledge, WhatCannotBeReadIsRefusedByName) {
   test::Bytes cut = Make(kDivided, kDividedOrder, kDividedValues, 38);
   cut.pop_back();
-  const std::vector<std::pair<test::Bytes, std::string>> refused = {
+  test::BenchFixture f;
+  test::ExpectErrors(f, ConvertAcqKnowledgePC, "rec.acq", {
       {cut, "the samples the channel headers count"},
       {Make({{"a", "mV", 1, 4, 1}}, "00", {1, 2}), "neither int16 nor double"},
       {Make({{"a", "mV", 1, 2, 1}, {"b", "mV", 1, 2, 2}}, "0101", {1, 2, 3, 4}),
@@ -105,11 +106,7 @@ TEST(AcqKnowledge, WhatCannotBeReadIsRefusedByName) {
       {Make({{"a", "mV", 1, 2, 1}}, "0", {1}, 41, 1), "revision 41 keeps its samples compressed"},
       {Make({{"a", "mV", 1, 2, 1}}, "0", {1}, 50), "revision 50 lies between 3.9 (45) and 4.0"},
       {Make({{"a", "mV", 1, 2, 1}}, "0", {1}, 133), "revision 133 is later than the latest"},
-  };
-  test::BenchFixture f;
-  for (const auto& [bytes, why] : refused) {
-    test::ExpectError(f, ConvertAcqKnowledgePC, "rec.acq", bytes, why);
-  }
+  });
 }
 
 }  // namespace

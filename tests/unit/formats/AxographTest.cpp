@@ -9,27 +9,6 @@
 namespace convora::test {
 namespace {
 
-struct AxographSignal {
-  std::string title;
-  std::vector<float> values;
-};
-
-// "AxGr", version, column count, then the time column (0, `step`, zeros) and
-// the signal columns, every number big-endian, titles blank-padded to 80.
-inline Bytes AxographFile(const std::vector<AxographSignal>& signals, float step,
-                          std::int16_t version = 1) {
-  const auto points = static_cast<std::int32_t>(signals.front().values.size());
-  ByteBuilder b;
-  b.Text("AxGr").Int16BE(version).Int16BE(static_cast<std::int16_t>(signals.size() + 1));
-  b.Int32BE(points).Text("Time (s)", 80, ' ').FloatBE(0.0f).FloatBE(step);
-  b.Zeros(4 * static_cast<std::size_t>(points - 2));
-  for (const auto& signal : signals) {
-    b.Int32BE(points).Text(signal.title, 80, ' ');
-    for (const float v : signal.values) b.FloatBE(v);
-  }
-  return b.Get();
-}
-
 constexpr const char* kRefusal =
     "Convora: Only supports Axograph file version 1.  Please contact Quenvale for higher version.";
 

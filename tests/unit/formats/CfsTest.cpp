@@ -113,14 +113,12 @@ TEST_F(CfsTest, ChannelsThatCannotShareAScanAreNamedAndScalesThatChangeAreRescal
                               {{1, 1, 1, 1}, {2.0f, 1.0f, 1.0f, 1.0f}, data(100, 0, 0.75f, 0)}}));
   EXPECT_EQ(f.prompter.Transcript(),
             (std::vector<std::string>{
-                "notice: " + (f.dir / "rec.cfs").string() +
-                    ": left out, for being sampled at another rate or not equally spaced in "
-                    "time: slow",
-                "notice: " + (f.dir / "rec.cfs").string() +
-                    ": left out, for holding another number of points than i32: short",
-                "notice: " + (f.dir / "rec.cfs").string() +
-                    ": its data sections differ in length; each sweep is padded with zeros to "
-                    "the longest, 2 points"}));
+                test::Notice(f.dir / "rec.cfs", "left out, for being sampled at another rate or "
+                                                "not equally spaced in time: slow"),
+                test::Notice(f.dir / "rec.cfs",
+                             "left out, for holding another number of points than i32: short"),
+                test::Notice(f.dir / "rec.cfs", "its data sections differ in length; each sweep "
+                                                "is padded with zeros to the longest, 2 points")}));
   // Each channel's largest magnitude lands at half of full scale: 200 mV
   // (100 x 2) and 3 pA; sweep 2's second scan is padding.
   EXPECT_EQ(test::SamplesOf(file, 8),
@@ -130,15 +128,12 @@ TEST_F(CfsTest, ChannelsThatCannotShareAScanAreNamedAndScalesThatChangeAreRescal
 TEST_F(CfsTest, WhatCannotBeReadIsRefusedByName) {
   const std::vector<Channel> one = {{"a", "mV", 2, 0, 2}};
   const Section two = {{2}, {1.0f}, Interleaved({1, 2})};
-  const std::vector<std::pair<test::Bytes, std::string>> refused = {
+  test::ExpectErrors(f, ConvertCFS, "rec.cfs", {
       {Make(one, {two}, "CEDFILE!"), "older version"},
       {Make(one, {}), "no data section"},
       {Make({{"m", "mV", 2, 1, 2}}, {two}), "no equally spaced channel"},
       {Make(one, {{{9}, {1.0f}, Interleaved({1, 2})}}), "points of channel 1"},
-  };
-  for (const auto& [bytes, why] : refused) {
-    test::ExpectError(f, ConvertCFS, "rec.cfs", bytes, why);
-  }
+  });
 }
 
 }  // namespace

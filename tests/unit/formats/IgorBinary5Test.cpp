@@ -21,33 +21,19 @@ struct Wave {
 };
 
 test::Bytes Make(const Wave& w) {
-  test::ByteBuilder b;
-  const auto i16 = [&](std::int16_t v) { w.bigEndian ? b.Int16BE(v) : b.Int16LE(v); };
-  const auto i32 = [&](std::int32_t v) { w.bigEndian ? b.Int32BE(v) : b.Int32LE(v); };
+  const bool big = w.bigEndian;
   const std::size_t size = w.type == 0x04 ? 8 : w.type == 0x02 ? 4 : 2;
   const auto dataBytes = static_cast<std::int32_t>(w.values.size() * size);
-  i16(5);
-  i16(0);
-  i32(320 + dataBytes);  // wfmSize
-  i32(0);
-  i32(0);
-  i32(static_cast<std::int32_t>(w.extendedUnit.size()));
-  b.PadTo(64 + 12);
-  i32(static_cast<std::int32_t>(w.values.size()));
-  i16(w.type);
+  test::ByteBuilder b;
+  // Version, checksum, wfmSize, formula and note sizes, extended units size.
+  b.Int16(5, big).Int16(0, big).Int32(320 + dataBytes, big).Int32(0, big).Int32(0, big);
+  b.Int32(static_cast<std::int32_t>(w.extendedUnit.size()), big).PadTo(64 + 12);
+  b.Int32(static_cast<std::int32_t>(w.values.size()), big).Int16(w.type, big);
   b.PadTo(64 + 28).Text("trace", 32).PadTo(64 + 68);
-  i32(w.rows);
-  i32(w.columns);
-  i32(w.layers);
-  i32(0);
-  w.bigEndian ? b.DoubleBE(w.step) : b.DoubleLE(w.step);
-  b.PadTo(64 + 148).Text(w.dataUnit, 4).Text(w.xUnit, 4).PadTo(384);
+  b.Int32(w.rows, big).Int32(w.columns, big).Int32(w.layers, big).Int32(0, big);
+  b.Double(w.step, big).PadTo(64 + 148).Text(w.dataUnit, 4).Text(w.xUnit, 4).PadTo(384);
   for (double v : w.values) {
-    if (w.type == 0x04) {
-      w.bigEndian ? b.DoubleBE(v) : b.DoubleLE(v);
-    } else {
-      i16(static_cast<std::int16_t>(v));
-    }
+    w.type == 0x04 ? b.Double(v, big) : b.Int16(static_cast<std::int16_t>(v), big);
   }
   return b.Text(w.extendedUnit).Get();
 }
@@ -85,19 +71,17 @@ TEST_F(IgorBinary5Test, DoublesInVoltsAreScaledToTheirPeakInMillivolts) {
 }
 
 TEST_F(IgorBinary5Test, WavesWithNothingToConvertAreRefusedByName) {
-  const std::vector<std::pair<Wave, std::string>> refused = {
-      {{.type = 0, .values = {1, 2, 3}}, "text wave"},
-      {{.type = 0x11, .values = {1, 2, 3}}, "complex"},
-      {{.rows = 1, .columns = 1, .layers = 3, .values = {1, 2, 3}}, "more than 2 dimensions"},
-      {{.values = {}}, "no points"},
-      {{.xUnit = "Hz", .values = {1, 2, 3}}, "not a time"},
-  };
-  for (const auto& [wave, why] : refused) {
-    test::ExpectError(f, ConvertIgor5, "cell.ibw", Make(wave), why);
-  }
   test::Bytes cut = Make({.values = {1, 2, 3}});
   cut.resize(cut.size() - 1);
-  test::ExpectError(f, ConvertIgor5, "cell.ibw", cut, "points");
+  test::ExpectErrors(
+      f, ConvertIgor5, "cell.ibw",
+      {{Make({.type = 0, .values = {1, 2, 3}}), "text wave"},
+       {Make({.type = 0x11, .values = {1, 2, 3}}), "complex"},
+       {Make({.rows = 1, .columns = 1, .layers = 3, .values = {1, 2, 3}}),
+        "more than 2 dimensions"},
+       {Make({.values = {}}), "no points"},
+       {Make({.xUnit = "Hz", .values = {1, 2, 3}}), "not a time"},
+       {cut, "points"}});
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <bit>
 #include <limits>
 
@@ -24,21 +23,13 @@ struct IgorWaveFields {
 // the Macintosh layout has every number big-endian.
 inline Bytes IgorWave(const IgorWaveFields& w) {
   ByteBuilder b;
-  b.Int16LE(2).Zeros(14).Int16LE(w.type).Zeros(32).Text(w.dUnits, 4).Zeros(4);
-  b.Int32LE(static_cast<std::int32_t>(w.values.size())).Zeros(2).DoubleLE(w.hsA).PadTo(126);
-  for (const double v : w.values) w.type == 4 ? b.DoubleLE(v) : b.FloatLE(static_cast<float>(v));
-  Bytes wave = b.Get();
-  if (!w.mac) return wave;
-  const auto swap = [&wave](std::size_t at, std::size_t width) {
-    std::reverse(wave.begin() + at, wave.begin() + at + width);
-  };
-  const std::size_t width = w.type == 4 ? 8 : 4;
-  for (std::size_t at = 126; at < wave.size(); at += width) swap(at, width);
-  swap(0, 2);  // version
-  swap(16, 2);  // type
-  swap(58, 4);  // npnts
-  swap(64, 8);  // hsA
-  return wave;
+  b.Int16(2, w.mac).Zeros(14).Int16(w.type, w.mac).Zeros(32).Text(w.dUnits, 4).Zeros(4);
+  b.Int32(static_cast<std::int32_t>(w.values.size()), w.mac).Zeros(2).Double(w.hsA, w.mac);
+  b.PadTo(126);
+  for (const double v : w.values) {
+    w.type == 4 ? b.Double(v, w.mac) : b.Float(static_cast<float>(v), w.mac);
+  }
+  return b.Get();
 }
 
 const std::string kNoUnit(4, '\0');

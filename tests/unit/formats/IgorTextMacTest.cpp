@@ -39,7 +39,7 @@ TEST(IgorTextMac, WorkedExampleWrittenOverALongerFileOnATemplateWithEveryByteSet
   EXPECT_EQ(f.prompter.Transcript()[0],
             "Input Sample Interval: Please enter the sample interval in microsecond");
   EXPECT_TRUE(f.prompter.Transcript()[1].starts_with(
-      "notice: " + f.bench.SelectedFilePath.string() + ": nADCNumChannels 21067 is carried over"));
+      Notice(f.bench.SelectedFilePath, "nADCNumChannels 21067 is carried over")));
 }
 
 // A text long enough to be read in shares, one per core: the samples of every

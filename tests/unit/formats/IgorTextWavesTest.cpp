@@ -37,9 +37,8 @@ class IgorTextWavesEndings : public testing::TestWithParam<std::string> {
 };
 
 TEST_P(IgorTextWavesEndings, APulseExportBecomesSweepsOfTraces) {
-  f.Select("cell.itx", test::TextBytes(Text(PulseExport(), GetParam())));
-  ConvertPulseItx2(f.bench);
-  const auto file = test::ReadFile(f.dir / "cell.ABF");
+  const auto file = test::Converted(f, ConvertPulseItx2, "cell.itx",
+                                    test::TextBytes(Text(PulseExport(), GetParam())));
   const AbfHeader h = test::HeaderOf(file);
   EXPECT_EQ(h.Get(abf::lActualEpisodes), 3);
   EXPECT_EQ(h.Get(abf::nADCNumChannels), 2);
@@ -54,36 +53,29 @@ INSTANTIATE_TEST_SUITE_P(IgorTextWaves, IgorTextWavesEndings, testing::Values("\
 
 TEST(IgorTextWaves, WavesOfTheFirstLengthAreOneRecordingAndTheRestAreNamed) {
   test::BenchFixture f;
-  f.Select("w.itx",
-           test::TextBytes("IGOR\nWAVES/D a, 'b'\nBEGIN\n1 -2\n3 4\nEND\nWAVES c\nBEGIN\n5\n"
-                           "END\nWAVES/T t\nBEGIN\n\"x\"\nEND\n"));
   f.prompter.AnswerInput("interval", "50");  // no SetScale: the interval is asked
-  ConvertPulseItx2(f.bench);
-  const auto file = test::ReadFile(f.dir / "w.ABF");
+  const auto file = test::Converted(
+      f, ConvertPulseItx2, "w.itx",
+      test::TextBytes("IGOR\nWAVES/D a, 'b'\nBEGIN\n1 -2\n3 4\nEND\nWAVES c\nBEGIN\n5\n"
+                      "END\nWAVES/T t\nBEGIN\n\"x\"\nEND\n"));
   EXPECT_EQ(test::HeaderOf(file).Get(abf::fADCSampleInterval), 25.0f);
   EXPECT_EQ(test::SamplesOf(file, 4), (std::vector<std::int16_t>{5461, -8192, 16384, 16384}));
   const auto& t = f.prompter.Transcript();
-  EXPECT_NE(std::find(t.begin(), t.end(),
-                      "notice: " + f.bench.SelectedFilePath.string() +
-                          ": left out, for their length or series: c"),
-            t.end());
-  EXPECT_NE(std::find(t.begin(), t.end(),
-                      "notice: " + f.bench.SelectedFilePath.string() +
-                          ": text waves are not converted: t"),
-            t.end());
+  for (const char* notice : {"left out, for their length or series: c",
+                             "text waves are not converted: t"}) {
+    EXPECT_NE(std::find(t.begin(), t.end(), test::Notice(f.bench.SelectedFilePath, notice)),
+              t.end());
+  }
 }
 
 TEST(IgorTextWaves, WhatCannotBeReadIsRefusedByLineOrName) {
-  const std::vector<std::pair<std::string, std::string>> refused = {
-      {"IGOR\nWAVES/T t\nBEGIN\n\"x\"\nEND\n", "no numeric wave"},
-      {"IGOR\nWAVES a b\nBEGIN\n1\nEND\n", "line 4: 1 values for 2 waves"},
-      {"IGOR\nWAVES a\nBEGIN\n1\n", "no END line"},
-      {"IGOR\nWAVES a\nBEGIN\nx1\nEND\n", "line 4: \"x1\" is not a number"},
-  };
   test::BenchFixture f;
-  for (const auto& [text, why] : refused) {
-    test::ExpectError(f, ConvertPulseItx2, "w.itx", test::TextBytes(text), why);
-  }
+  test::ExpectErrors(
+      f, ConvertPulseItx2, "w.itx",
+      {{test::TextBytes("IGOR\nWAVES/T t\nBEGIN\n\"x\"\nEND\n"), "no numeric wave"},
+       {test::TextBytes("IGOR\nWAVES a b\nBEGIN\n1\nEND\n"), "line 4: 1 values for 2 waves"},
+       {test::TextBytes("IGOR\nWAVES a\nBEGIN\n1\n"), "no END line"},
+       {test::TextBytes("IGOR\nWAVES a\nBEGIN\nx1\nEND\n"), "line 4: \"x1\" is not a number"}});
 }
 
 }  // namespace

@@ -47,7 +47,8 @@ TEST(Ltp, TwoChannelsReadBackWithinOneCount) {
 }
 
 TEST(Ltp, RowsThatDisagreeWithTheHeaderAreRefusedByLine) {
-  const std::vector<std::pair<test::Bytes, std::string>> refused = {
+  test::BenchFixture f;
+  test::ExpectErrors(f, ConvertLTP, "rec.p0", {
       {Make("1 2\n3 4\n5 6\n", 4),
        "line 14: the rows end after 3 of the 4 "
        "that NumSamples (line 5) declares"},
@@ -55,9 +56,7 @@ TEST(Ltp, RowsThatDisagreeWithTheHeaderAreRefusedByLine) {
       {Make("1 2\n3\n5 6\n"), "line 12: holds 1 values"},
       {Make("1 2\n3 4,5\n5 6\n"), "line 12: \"4,5\" is not a number"},
       {Make("1 2\n3 4\n5 6\n", 3, 3), "line 7: the file holds series-resistance samples"},
-  };
-  test::BenchFixture f;
-  for (const auto& [bytes, why] : refused) test::ExpectError(f, ConvertLTP, "rec.p0", bytes, why);
+  });
 }
 
 }  // namespace

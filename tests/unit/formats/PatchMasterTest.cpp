@@ -76,9 +76,6 @@ struct PatchMasterTest : testing::Test {
     f.Select("cell.dat", Make(series));
     ConvertPatchMaster(f.bench);
   }
-  std::string Notice(const std::string& text) const {
-    return "notice: " + (f.dir / "cell.dat").string() + ": " + text;
-  }
 };
 
 // Series 1: two sweeps of an int16 current (counts kept, 1 pA a count) and a
@@ -116,16 +113,18 @@ TEST_F(PatchMasterTest, ShortSweepsArePaddedAndSlowerTracesNamed) {
   Convert({{"steps", {{{}, slow}, {{.values = {8, 9}}, slow}}}});
   EXPECT_EQ(f.prompter.Transcript(),
             (std::vector<std::string>{
-                Notice("series 1 (steps): left out, for being sampled at another rate: Temp"),
-                Notice("series 1 (steps): its traces differ in length; each sweep is padded "
-                       "with zeros to the longest, 3 points")}));
+                test::Notice(f.dir / "cell.dat",
+                             "series 1 (steps): left out, for being sampled at another rate: Temp"),
+                test::Notice(f.dir / "cell.dat",
+                             "series 1 (steps): its traces differ in length; each sweep is padded "
+                             "with zeros to the longest, 3 points")}));
   const test::Bytes file = test::ReadFile(f.dir / "cell.ABF");
   EXPECT_EQ(test::HeaderOf(file).Get(abf::lNumSamplesPerEpisode), 3);
   EXPECT_EQ(test::SamplesOf(file, 6), (std::vector<std::int16_t>{1, -2, 3, 8, 9, 0}));
 }
 
 TEST_F(PatchMasterTest, BrokenTreesAreRefusedByName) {
-  const std::vector<std::pair<test::Bytes, std::string>> refused = {
+  test::ExpectErrors(f, ConvertPatchMaster, "cell.dat", {
       {Make({{"s", {{{.offset = 1 << 30}}}}}), "samples of trace 1 of sweep 1 of series 1"},
       {Make({{"s", {{{}}}, 100000}}), "counts 100000 children"},
       {Make({{"s", {{{}}}}}, 3), "3 levels"},
@@ -133,10 +132,7 @@ TEST_F(PatchMasterTest, BrokenTreesAreRefusedByName) {
       {Make({{"s", {{{}}, {{}, {}}}}}), "one more than the first sweep holds"},
       {Make({{"s", {{{.interval = 0}}}}}), "no sample interval"},
       {Make({{"s", {}}}), "no series with samples"},
-  };
-  for (const auto& [bytes, why] : refused) {
-    test::ExpectError(f, ConvertPatchMaster, "cell.dat", bytes, why);
-  }
+  });
 }
 
 }  // namespace

@@ -66,31 +66,19 @@ std::string RandomPiece(std::mt19937& random) {
   return piece + pick({"\r", "\r", "\r", "\r", "\t", " pA\r", "", "\r\r", "5\r"});
 }
 
+// Random pieces of every form; then the forms a recording repeats, with their
+// digits changing from line to line, so that most numbers are read through a
+// layout learnt from another; then texts whose digits lie where a learnt
+// layout's do but whose other characters differ from it.
 TEST(PieceNumberReader, ReadsEveryFormAsLeadingNumberDoes) {
   std::mt19937 random(11);
   Pieces pieces;
   for (int i = 0; i < 200'000; ++i) pieces.Add(RandomPiece(random));
-  ExpectReadAsLeadingNumber(pieces);
-}
-
-// The forms a recording repeats, with their digits changing from line to line,
-// so that most numbers are read through a layout learnt from another.
-TEST(PieceNumberReader, ReadsNumbersThatShareALayout) {
-  std::mt19937 random(12);
-  Pieces pieces;
   for (int i = 0; i < 100'000; ++i) {
     const int fraction = 1 + static_cast<int>(random() % 6);
-    std::string piece = (random() % 2 ? "-" : "") + Digits(random, 1) + "." + Digits(random, fraction);
-    piece += "e-" + Digits(random, 2) + "\r";
-    pieces.Add(piece);
+    pieces.Add((random() % 2 ? "-" : "") + Digits(random, 1) + "." + Digits(random, fraction) +
+               "e-" + Digits(random, 2) + "\r");
   }
-  ExpectReadAsLeadingNumber(pieces);
-}
-
-// Texts whose digits lie where a learnt layout's do, but whose other
-// characters differ from it: each must be read as itself.
-TEST(PieceNumberReader, TellsApartTextsWithTheSameDigitPlaces) {
-  Pieces pieces;
   for (const char* piece : {"1.5e-11\r", "1,5e-11\r", "1.5e+11\r", "1.5x-11\r", "1.5E-11\r",
                             "1.5d-11\r", "1.5e-11\r", "1.5e-1\r1", "1.5e-11 \r", "-2e-11\r",
                             "1e-11\r", "2e-11\r", "-0\r", "0\r", "-0.0e-30\r", "5e-12\rabc",

@@ -90,8 +90,8 @@ TEST_F(RecordingOutputTest, SeventeenChannelsKeepSixteenAndNameTheRest) {
   EXPECT_EQ(test::HeaderOf(file).Get(abf::nADCNumChannels), 16);
   EXPECT_EQ(test::HeaderOf(file).Get(abf::fADCSampleInterval), 17.0f / 16);
   EXPECT_EQ(f.prompter.Transcript().back(),
-            "notice: " + f.bench.SelectedFilePath.string() +
-                ": an ABF 1.x file holds 16 channels; left out: channel 17 (c16)");
+            test::Notice(f.bench.SelectedFilePath,
+                         "an ABF 1.x file holds 16 channels; left out: channel 17 (c16)"));
 }
 
 TEST_F(RecordingOutputTest, RefusesWhatCannotBeStoredAndLeavesTheTemplateAlone) {

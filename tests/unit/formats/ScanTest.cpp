@@ -41,17 +41,15 @@ TEST(Scan, OneChannelBecomesGapFreeWithTheZeroLevelFolded) {
 }
 
 TEST(Scan, WhatTheNotesLeaveOpenIsRefused) {
-  const std::vector<std::pair<test::Bytes, std::string>> refused = {
+  test::BenchFixture f;
+  test::ExpectErrors(f, ConvertSCAN, "cell.SCA", {
       {ScanFile(kFields + "IZ=0\\", {}), "NBD is missing"},
       {ScanFile("DT=0.5\\AD=5\\CU=pA\\IZ=0\\NBD=1\\", {}), "BC is missing"},
       {ScanFile("DT=0\\AD=5\\BC=1\\IZ=0\\NBD=1\\", {}), "DT is not positive"},
       {ScanFile(kFields + "IZ=4096\\NBD=1\\", {}), "IZ (4096) is not a 12-bit count"},
       {ScanFile(kFields + "IZ=0\\NBD=3\\", {}), "3 data blocks of the header (NBD)"},
       {ScanFile(kFields + "IZ=0\\NBD=1\\", {0, 0, 2048}), "sample 3 holds 2048"},
-  };
-  test::BenchFixture f;
-  for (const auto& [bytes, why] : refused)
-    test::ExpectError(f, ConvertSCAN, "cell.SCA", bytes, why);
+  });
 }
 
 }  // namespace

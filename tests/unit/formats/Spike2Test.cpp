@@ -58,7 +58,7 @@ TEST(Spike2, WaveformCountsAreKeptAndEventChannelsNamed) {
   EXPECT_EQ(h.Get(abf::lFileStartTime), 3 * 3600 + 4 * 60 + 5);
   EXPECT_EQ(test::SamplesOf(file, 5), (std::vector<std::int16_t>{1, -2, 3, -4, 5}));
   EXPECT_EQ(f.prompter.Transcript().back(),
-            "notice: " + f.bench.SelectedFilePath.string() + ": not converted: channel 2 (Stim)");
+            test::Notice(f.bench.SelectedFilePath, "not converted: channel 2 (Stim)"));
 }
 
 // Counts are kept and floats scaled, their largest magnitude at half of full
@@ -71,8 +71,8 @@ TEST(Spike2, FloatAndCountChannelsOfOneRateShareTheScans) {
             (std::vector<std::int16_t>{1, 4096, -2, 8192, 3, -8192, -4, 16384, 5, 2048}));
   const auto slower = test::Converted(f, ConvertSpike2, "rec.smr", Make({.floatTicks = 20}));
   EXPECT_EQ(test::HeaderOf(slower).Get(abf::nADCNumChannels), 1);
-  EXPECT_EQ(f.prompter.Transcript().back(), "notice: " + f.bench.SelectedFilePath.string() +
-                                                ": not converted: channel 2 (I, another rate)");
+  EXPECT_EQ(f.prompter.Transcript().back(),
+            test::Notice(f.bench.SelectedFilePath, "not converted: channel 2 (I, another rate)"));
 }
 
 // A block starting at tick 56 is placed at sample 6, the nearest: the pause
@@ -90,17 +90,15 @@ TEST(Spike2, APauseIsFilledWithZerosAndSaid) {
 
 TEST(Spike2, WhatCannotBeReadIsRefusedByName) {
   test::BenchFixture f;
-  const std::vector<std::pair<Son, std::string>> refused = {
-      {{.revision = 10}, "revision 10"},
-      {{.blockChannel = 2}, "belongs to channel 2"},
-      {{.items = 900}, "the items of a data block"},
-      {{.secondBlockStart = 10}, "overlap in time"},
-      {{.secondBlockStart = 20'000'000}, "more than 16 times as long"},
-      {{.blocks = 5, .afterSecond = 512 + 280}, "overlap in time"},  // a chain back on itself
-      {{.blocks = 3, .afterSecond = 1 << 20}, "a data block of channel 1"},
-  };
-  for (const auto& [son, why] : refused)
-    test::ExpectError(f, ConvertSpike2, "rec.smr", Make(son), why);
+  test::ExpectErrors(
+      f, ConvertSpike2, "rec.smr",
+      {{Make({.revision = 10}), "revision 10"},
+       {Make({.blockChannel = 2}), "belongs to channel 2"},
+       {Make({.items = 900}), "the items of a data block"},
+       {Make({.secondBlockStart = 10}), "overlap in time"},
+       {Make({.secondBlockStart = 20'000'000}), "more than 16 times as long"},
+       {Make({.blocks = 5, .afterSecond = 512 + 280}), "overlap in time"},  // a chain on itself
+       {Make({.blocks = 3, .afterSecond = 1 << 20}), "a data block of channel 1"}});
 }
 
 }  // namespace

@@ -27,9 +27,7 @@ TEST(WinEdr, ChannelsAtTheirPositionsKeepTheirCountsWithTheZeroLevelFolded) {
       "YN1=Vm\r\nYU1=mV\r\nYCF1=0.01\r\nYAG1=2\r\nYZ1=0\r\nYO1=0\r\n",
       512);
   for (std::int16_t v : {7, 110, -7, 90}) b.Int16LE(v);
-  f.Select("rec.EDR", b.Get());
-  ConvertWinCDR(f.bench);
-  const auto file = test::ReadFile(f.dir / "rec.ABF");
+  const auto file = test::Converted(f, ConvertWinCDR, "rec.EDR", b.Get());
   const AbfHeader h = test::HeaderOf(file);
   EXPECT_EQ(h.Get(abf::nADCNumChannels), 2);
   EXPECT_EQ(h.Get(abf::fADCSampleInterval), 50.0f);
@@ -85,11 +83,11 @@ TEST(WinWcp, RejectedRecordsAreNamedAndLeftOutOnRequest) {
     EXPECT_EQ(test::HeaderOf(file).Get(abf::lActualEpisodes), skip ? 1 : 3);
     EXPECT_EQ(test::SamplesOf(file, 3), (std::vector<std::int16_t>{1, 2, 3}));
     EXPECT_EQ(f.prompter.Transcript().back(),
-              "notice: " + f.bench.SelectedFilePath.string() +
-                  ": records 2, 3 are marked REJECTED" +
-                  (skip ? " and left out"
-                        : "; all are converted (--skip-rejected, or \"Leave out rejected records\" "
-                          "in the window, leaves them out)"));
+              test::Notice(f.bench.SelectedFilePath,
+                           std::string("records 2, 3 are marked REJECTED") +
+                               (skip ? " and left out"
+                                     : "; all are converted (--skip-rejected, or \"Leave out "
+                                       "rejected records\" in the window, leaves them out)")));
   }
 }
 

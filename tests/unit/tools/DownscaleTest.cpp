@@ -21,7 +21,7 @@ class DownscaleTest : public ::testing::Test {
   test::BenchFixture f;
 };
 
-TEST_F(DownscaleTest, PeakLandsAtHalfScaleAndTheSourceIsRewrittenInPlace) {
+TEST_F(DownscaleTest, ThePeakOfEitherSignLandsAtHalfScaleAndTheSourceIsRewrittenInPlace) {
   // Peak 8000 x 10 / 32768 = 2.44140625 V: scale 10 / 2.44140625 / 2 = 2.048;
   // 8000 -> 2.44140625 x 32768 / 10 x 2.048 = 16384, -2000 -> -4096,
   // 1 -> 2.048 -> 2, 3 -> 6.144 -> 6.
@@ -34,6 +34,13 @@ TEST_F(DownscaleTest, PeakLandsAtHalfScaleAndTheSourceIsRewrittenInPlace) {
   EXPECT_EQ(test::ReadFile(f.bench.SelectedFilePath), test::AbfImage(h, {-4096, 16384, 2, 6}, before));
   EXPECT_EQ(f.prompter.Transcript(),
             std::vector<std::string>{"File Nmae: Please enter the name of new data file."});
+
+  // -8000 is the larger magnitude: scale 5 / 2.44140625 = 2.048, -8000 -> -16384.
+  AbfHeader neg = test::AbfToEdit(2);
+  f.Select("neg.abf", test::AbfImage(neg, {4000, -8000}));
+  DownscaleAbfFile(f.bench);
+  ExpectRescaledGains(neg, 0, 2.048f, 0.0f);
+  EXPECT_EQ(test::ReadFile(f.bench.SelectedFilePath), test::AbfImage(neg, {8192, -16384}));
 }
 
 TEST_F(DownscaleTest, EachChannelScalesByItsOwnPeakThroughTheSamplingSequence) {
@@ -63,15 +70,6 @@ TEST_F(DownscaleTest, EachChannelScalesByItsOwnPeakThroughTheSamplingSequence) {
   EXPECT_EQ(test::ReadFile(f.dir / "scaled.abf"),
             test::AbfImage(h, {-4096, 16384, 16384, -16384, 6144, 0}));
   EXPECT_EQ(test::ReadFile(f.bench.SelectedFilePath), source);
-}
-
-TEST_F(DownscaleTest, TheLargerNegativeExtremeWins) {
-  // -8000 is the larger magnitude: scale 5 / 2.44140625 = 2.048, -8000 -> -16384.
-  AbfHeader h = test::AbfToEdit(2);
-  f.Select("neg.abf", test::AbfImage(h, {4000, -8000}));
-  DownscaleAbfFile(f.bench);
-  ExpectRescaledGains(h, 0, 2.048f, 0.0f);
-  EXPECT_EQ(test::ReadFile(f.bench.SelectedFilePath), test::AbfImage(h, {8192, -16384}));
 }
 
 TEST_F(DownscaleTest, WhatCannotBeScaledWritesNothing) {

@@ -62,7 +62,8 @@ TEST_F(FilterToolTest, OnlyADotlessNameCarriesTheNewFrequency) {
   EXPECT_TRUE(std::filesystem::exists(f.dir / "cell2Filter.ABF"));
 }
 
-TEST_F(FilterToolTest, FrequenciesAreComparedAsTexts) {
+// The frequencies are compared as texts; a new frequency of 0 ends the run silently.
+TEST_F(FilterToolTest, AnswersThatCannotFilterWriteNothing) {
   f.Select("cell.abf", small);
   Answer("10", "2");  // "10" sorts before "2": refused, and the run ends
   EXPECT_EQ(FilterAbfFile(f.bench), AfterFile::kStopTool);
@@ -74,13 +75,11 @@ TEST_F(FilterToolTest, FrequenciesAreComparedAsTexts) {
   Answer("9", "10");  // passes the text check; 10^-2 - 9^-2 < 0 has no root
   EXPECT_THROW(FilterAbfFile(f.bench), ConvoraError);
   EXPECT_TRUE(NothingWritten());
-}
 
-TEST_F(FilterToolTest, ANewFrequencyOfZeroEndsTheRunSilently) {
-  f.Select("cell.abf", small);
+  const std::size_t asked = f.prompter.Transcript().size();
   Answer("5", "0");
   EXPECT_EQ(FilterAbfFile(f.bench), AfterFile::kStopTool);
-  EXPECT_EQ(f.prompter.Transcript().size(), 2u);  // the two questions, no message
+  EXPECT_EQ(f.prompter.Transcript().size(), asked + 2);  // the two questions, no message
   EXPECT_TRUE(NothingWritten());
 }
 
@@ -90,10 +89,10 @@ TEST_F(FilterToolTest, AMultiChannelFileGetsTheChannelQuestionAndSaysWhyNothingI
   EXPECT_EQ(f.prompter.Transcript(),
             (std::vector<std::string>{"Channel Number: This file has 2 channel recording.  Please "
                                       "enter channel number to change.",
-                                      "notice: " + f.bench.SelectedFilePath.string() +
-                                          ": not filtered: the Gaussian filter works on "
-                                          "one-channel files, and this file has 2 channels; "
-                                          "nothing written"}));
+                                      test::Notice(f.bench.SelectedFilePath,
+                                                   "not filtered: the Gaussian filter works on "
+                                                   "one-channel files, and this file has 2 "
+                                                   "channels; nothing written")}));
   EXPECT_TRUE(NothingWritten());
 }
 
