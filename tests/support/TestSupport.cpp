@@ -83,14 +83,14 @@ ByteBuilder& ByteBuilder::Raw(const Bytes& bytes) {
   return *this;
 }
 
-Bytes AxographFile(const std::vector<AxographSignal>& signals, float step,
+Bytes AxographFile(const std::vector<AxographSignal>& traces, float step,
                    std::int16_t version) {
-  const auto points = static_cast<std::int32_t>(signals.front().values.size());
+  const auto points = static_cast<std::int32_t>(traces.front().values.size());
   ByteBuilder b;
-  b.Text("AxGr").Int16BE(version).Int16BE(static_cast<std::int16_t>(signals.size() + 1));
+  b.Text("AxGr").Int16BE(version).Int16BE(static_cast<std::int16_t>(traces.size() + 1));
   b.Int32BE(points).Text("Time (s)", 80, ' ').FloatBE(0.0f).FloatBE(step);
   b.Zeros(4 * static_cast<std::size_t>(points - 2));
-  for (const auto& signal : signals) {
+  for (const auto& signal : traces) {
     b.Int32BE(points).Text(signal.title, 80, ' ');
     for (const float v : signal.values) b.FloatBE(v);
   }

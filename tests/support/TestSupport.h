@@ -78,7 +78,7 @@ struct AxographSignal {
   std::string title;
   std::vector<float> values;
 };
-Bytes AxographFile(const std::vector<AxographSignal>& signals, float step,
+Bytes AxographFile(const std::vector<AxographSignal>& traces, float step,
                    std::int16_t version = 1);
 
 // 15 November 2026, 13:45:30: lFileStartDate 261115, lFileStartTime 49530.
