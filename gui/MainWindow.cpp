@@ -86,6 +86,9 @@ MainWindow::MainWindow(const AbfHeader& templateHeader, Prompter& prompter,
   bottom->addWidget(log_);
   bottom->setStretchFactor(0, 5);
   bottom->setStretchFactor(1, 3);
+  // The preview's own size hint is small (its title shrinks to anything), so
+  // the first sizes are given outright; the splitter scales them to its width.
+  bottom->setSizes({5000, 3000});
   auto* split = new QSplitter(Qt::Vertical);
   split->addWidget(top);
   split->addWidget(bottom);

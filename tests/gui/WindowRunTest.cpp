@@ -220,6 +220,8 @@ class WindowRunTest : public QObject {
         }
       }
     }
+    // The preview keeps the larger share of the lower part beside the log.
+    QVERIFY(f->window->Preview()->width() > f->window->findChild<QWidget*>("Log")->width());
   }
 };
 
