@@ -223,19 +223,21 @@ QWidget* MainWindow::BuildButtons() {
       [this] { ForEachSelectedFile(GoingOn(ChangeSampleInterval)); });
   gap();
   add(12, "Refresh Directory", [this] { browser_->Refresh(); });
-  auto* fresh = new QCheckBox("Start every file from the template", panel);
-  fresh->setObjectName("EachFromTemplate");
-  fresh->setToolTip("Nothing set by one conversion carries over to the next");
-  // Queued like the operations: a box ticked while one runs counts from the next.
-  connect(fresh, &QCheckBox::toggled, this,
-          [this](bool on) { queue_.Enqueue([this, on] { bench_.EachFromTemplate = on; }); });
-  addWide(fresh);
-  auto* skip = new QCheckBox("Leave out rejected records", panel);
-  skip->setObjectName("SkipRejected");
-  skip->setToolTip("WinWCP records marked REJECTED are not converted");
-  connect(skip, &QCheckBox::toggled, this,
-          [this](bool on) { queue_.Enqueue([this, on] { bench_.SkipRejected = on; }); });
-  addWide(skip);
+  const auto option = [&](const char* name, const char* caption, const char* tip,
+                          bool Workbench::*setting) {
+    auto* box = new QCheckBox(caption, panel);
+    box->setObjectName(name);
+    box->setToolTip(tip);
+    // Queued like the operations: a box ticked while one runs counts from the next.
+    connect(box, &QCheckBox::toggled, this, [this, setting](bool on) {
+      queue_.Enqueue([this, setting, on] { bench_.*setting = on; });
+    });
+    addWide(box);
+  };
+  option("EachFromTemplate", "Start every file from the template",
+         "Nothing set by one conversion carries over to the next", &Workbench::EachFromTemplate);
+  option("SkipRejected", "Leave out rejected records",
+         "WinWCP records marked REJECTED are not converted", &Workbench::SkipRejected);
   layout->setRowStretch(slot / 2, 1);
   return panel;
 }

@@ -32,13 +32,10 @@ bool ResetPeak() {
 // One channel of counts read as pA, 100 us apart; episodic when sweepScans > 0.
 std::filesystem::path WriteRecording(const TempDir& dir, const std::vector<std::int16_t>& samples,
                                      std::int32_t sweepScans = 0) {
-  AbfHeader h = PlainAbfHeader(1);
-  h.Set(abf::lActualAcqLength, static_cast<std::int32_t>(samples.size()));
-  if (sweepScans > 0) {
-    h.Set(abf::nOperationMode, std::int16_t{5});
-    h.Set(abf::lNumSamplesPerEpisode, sweepScans);
-    h.Set(abf::lActualEpisodes, static_cast<std::int32_t>(samples.size()) / sweepScans);
-  }
+  const auto count = static_cast<std::int32_t>(samples.size());
+  AbfHeader h = sweepScans > 0 ? EpisodicAbfHeader(1, sweepScans, count / sweepScans)
+                               : PlainAbfHeader(1);
+  h.Set(abf::lActualAcqLength, count);
   const auto path = dir / "rec.abf";
   WriteFile(path, AbfBytes(h, samples));
   return path;

@@ -129,6 +129,15 @@ AbfHeader PlainAbfHeader(std::int16_t channels) {
   return h;
 }
 
+AbfHeader EpisodicAbfHeader(std::int16_t channels, std::int32_t sweepSamples,
+                            std::int32_t sweeps) {
+  AbfHeader h = PlainAbfHeader(channels);
+  h.Set(abf::nOperationMode, std::int16_t{5});
+  h.Set(abf::lNumSamplesPerEpisode, sweepSamples);
+  h.Set(abf::lActualEpisodes, sweeps);
+  return h;
+}
+
 Bytes AbfBytes(const AbfHeader& header, const std::vector<std::int16_t>& samples) {
   ByteBuilder file;
   file.Raw(Bytes(header.Bytes().begin(), header.Bytes().end()));

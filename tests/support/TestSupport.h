@@ -106,6 +106,8 @@ AbfHeader StampedTemplate(AbfHeader header);
 // block 12, 100 us per sample, unit "pA" and unit gains; range 10 over
 // resolution 10 makes a count read as its own value in pA.
 AbfHeader PlainAbfHeader(std::int16_t channels = 1);
+// The same in episodic mode 5: `sweeps` sweeps of `sweepSamples` samples each.
+AbfHeader EpisodicAbfHeader(std::int16_t channels, std::int32_t sweepSamples, std::int32_t sweeps);
 // The header's bytes, then the samples (the header's sample count is left alone).
 Bytes AbfBytes(const AbfHeader& header, const std::vector<std::int16_t>& samples);
 // A plain ABF file of these samples.

@@ -137,10 +137,7 @@ TEST(PreviewEnvelopeTest, ARangeReadsOnlyItsStretch) {
 // its own trace on an axis of 4 scans.
 TEST(PreviewEnvelopeTest, SweepsShareOneAxisAndCanBeReadAlone) {
   TempDir dir;
-  AbfHeader h = test::PlainAbfHeader(2);
-  h.Set(abf::nOperationMode, std::int16_t{5});
-  h.Set(abf::lNumSamplesPerEpisode, 8);
-  h.Set(abf::lActualEpisodes, 4);
+  AbfHeader h = test::EpisodicAbfHeader(2, 8, 4);
   h.Set(abf::sADCChannelName, 1, "Im  ");
   // Channel 0 counts scans from 0 over the file, channel 1 is 10 x the sweep.
   std::vector<std::int16_t> samples;
@@ -167,12 +164,9 @@ TEST(PreviewEnvelopeTest, SweepsShareOneAxisAndCanBeReadAlone) {
 
 TEST(PreviewEnvelopeTest, ThousandsOfSweepsAreThinnedToTheColumnBudget) {
   TempDir dir;
-  AbfHeader h = test::PlainAbfHeader(1);
-  h.Set(abf::nOperationMode, std::int16_t{5});
-  h.Set(abf::lNumSamplesPerEpisode, 1000);
-  h.Set(abf::lActualEpisodes, 600);
-  const PreviewEnvelope e =
-      ComputePreviewEnvelope(WriteAbf(dir, h, std::vector<std::int16_t>(600000)), 1000);
+  const PreviewEnvelope e = ComputePreviewEnvelope(
+      WriteAbf(dir, test::EpisodicAbfHeader(1, 1000, 600), std::vector<std::int16_t>(600000)),
+      1000);
   const auto drawn = static_cast<std::size_t>(kPreviewMaxTraceColumns / 1000);
   ASSERT_EQ(e.sweeps.size(), drawn);
   EXPECT_EQ(e.channels[0].minimum.size(), drawn * 1000);
