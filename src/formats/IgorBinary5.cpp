@@ -125,7 +125,11 @@ Wave5 ReadWave(SourceFile& source) {
 // Igor keeps a 2-D wave column by column: a scan takes one value from each.
 class ColumnReader : public ScanReader {
  public:
-  ColumnReader(SourceFile& source, const Wave5& wave) : source_(source), wave_(wave) {}
+  ColumnReader(SourceFile& source, const Wave5& wave) : source_(&source), wave_(wave) {}
+
+  std::unique_ptr<ScanReader> ForAnotherThread() const override {
+    return CopyReading(*this, &ColumnReader::source_);
+  }
 
   void ReadScans(std::int64_t, std::int64_t first, std::span<double> out) override {
     const auto columns = static_cast<std::size_t>(wave_.columns);
@@ -133,19 +137,19 @@ class ColumnReader : public ScanReader {
     const auto size = static_cast<std::int64_t>(BytesOf(wave_.type));
     const std::int64_t firstAt = static_cast<std::int64_t>(kHeaderBytes) + first * size;
     if (columns == 1) {
-      return ReadValues(source_, firstAt, wave_.type, wave_.order, static_cast<std::size_t>(size),
+      return ReadValues(*source_, firstAt, wave_.type, wave_.order, static_cast<std::size_t>(size),
                         out);
     }
     column_.resize(scans);
     for (std::size_t c = 0; c < columns; ++c) {
       const std::int64_t at = firstAt + static_cast<std::int64_t>(c) * wave_.rows * size;
-      ReadValues(source_, at, wave_.type, wave_.order, static_cast<std::size_t>(size), column_);
+      ReadValues(*source_, at, wave_.type, wave_.order, static_cast<std::size_t>(size), column_);
       for (std::size_t s = 0; s < scans; ++s) out[s * columns + c] = column_[s];
     }
   }
 
  private:
-  SourceFile& source_;
+  SourceFile* source_;
   const Wave5& wave_;
   std::vector<double> column_;
 };

@@ -5,7 +5,7 @@ namespace convora {
 InterleavedScans::InterleavedScans(SourceFile& source, StoredType type, ByteOrder order,
                                    std::size_t width, std::vector<std::size_t> positions,
                                    std::vector<std::int64_t> sweepStarts)
-    : source_(source),
+    : source_(&source),
       type_(type),
       order_(order),
       width_(width),
@@ -25,9 +25,13 @@ void InterleavedScans::Pick(std::span<const Value> stored, std::span<Value> out)
 void InterleavedScans::ReadScans(std::int64_t sweep, std::int64_t first, std::span<double> out) {
   const auto scanBytes = static_cast<std::int64_t>(width_ * BytesOf(type_));
   stored_.resize(out.size() / positions_.size() * width_);
-  ReadValues(source_, sweepStarts_[static_cast<std::size_t>(sweep)] + first * scanBytes, type_,
+  ReadValues(*source_, sweepStarts_[static_cast<std::size_t>(sweep)] + first * scanBytes, type_,
              order_, BytesOf(type_), stored_);
   Pick<double>(stored_, out);
+}
+
+std::unique_ptr<ScanReader> InterleavedScans::ForAnotherThread() const {
+  return CopyReading(*this, &InterleavedScans::source_);
 }
 
 bool InterleavedScans::InOrder() const {
@@ -38,7 +42,7 @@ bool InterleavedScans::InOrder() const {
 
 bool InterleavedScans::CopySweep(std::int64_t sweep, std::int64_t scans, DataSectionWriter& out) {
   if (!ReadsCounts() || !InOrder()) return false;
-  CopyBytes(source_, sweepStarts_[static_cast<std::size_t>(sweep)],
+  CopyBytes(*source_, sweepStarts_[static_cast<std::size_t>(sweep)],
             scans * static_cast<std::int64_t>(width_ * 2), out, false);
   return true;
 }
@@ -47,9 +51,9 @@ void InterleavedScans::ReadCounts(std::int64_t sweep, std::int64_t first,
                                   std::span<std::int16_t> out) {
   const std::int64_t at =
       sweepStarts_[static_cast<std::size_t>(sweep)] + first * static_cast<std::int64_t>(width_ * 2);
-  if (InOrder()) return source_.ReadSamples(at, out);
+  if (InOrder()) return source_->ReadSamples(at, out);
   counts_.resize(out.size() / positions_.size() * width_);
-  source_.ReadSamples(at, counts_);
+  source_->ReadSamples(at, counts_);
   Pick<std::int16_t>(counts_, out);
 }
 

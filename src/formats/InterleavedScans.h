@@ -25,9 +25,10 @@ class InterleavedScans : public ScanReader {
   }
   void ReadCounts(std::int64_t sweep, std::int64_t first, std::span<std::int16_t> out) override;
   bool CopySweep(std::int64_t sweep, std::int64_t scans, DataSectionWriter& out) override;
+  std::unique_ptr<ScanReader> ForAnotherThread() const override;
 
  private:
-  SourceFile& source_;
+  SourceFile* source_;
   StoredType type_;
   ByteOrder order_;
   std::size_t width_;

@@ -12,6 +12,7 @@
 #include "abf/ConvoraError.h"
 #include "abf/LittleEndian.h"
 #include "abf/Numbers.h"
+#include "abf/Parallel.h"
 #include "abf/PathText.h"
 #include "abf/SampleScaling.h"
 #include "abf/SweepLayout.h"
@@ -46,36 +47,98 @@ std::int64_t ScansPerRead(const Recording& recording) {
   return std::max<std::int64_t>(1, kValuesPerRead / recording.channels.size());
 }
 
-// Visits every scan of every sweep in bounded stretches: `visit(values, scans)`
-// gets the interleaved values of all the recording's channels.
-template <typename Visit>
-void ForEachStretch(const Recording& recording, ScanReader& reader, Visit visit) {
+// Calls read(sweep, first, scans) for stretches of at most ScansPerRead
+// scans that cover, in order, `share` of the recording's scans counted over
+// all its sweeps.
+template <typename Read>
+void ForEachRead(const Recording& recording, Stretch share, Read read) {
   const std::int64_t perRead = ScansPerRead(recording);
-  std::vector<double> values;
-  for (std::int64_t sweep = 0; sweep < recording.sweeps; ++sweep) {
-    for (std::int64_t first = 0; first < recording.scansPerSweep; first += perRead) {
-      const std::int64_t scans = std::min(perRead, recording.scansPerSweep - first);
-      values.assign(static_cast<std::size_t>(scans) * recording.channels.size(), 0.0);
-      reader.ReadScans(sweep, first, values);
-      visit(std::span<const double>(values), scans);
-    }
+  for (std::int64_t at = share.from; at < share.to;) {
+    const std::int64_t sweep = at / recording.scansPerSweep;
+    const std::int64_t first = at % recording.scansPerSweep;
+    const std::int64_t scans = std::min({perRead, recording.scansPerSweep - first, share.to - at});
+    read(sweep, first, scans);
+    at += scans;
   }
 }
 
-// Writes the stored counts of a recording whose counts all stay as they are:
-// a sweep the source holds as the output stores it is copied as bytes.
-void WriteStoredCounts(const Recording& recording, ScanReader& reader, DataSectionWriter& out) {
-  const std::int64_t perRead = ScansPerRead(recording);
-  for (std::int64_t sweep = 0; sweep < recording.sweeps; ++sweep) {
-    if (reader.CopySweep(sweep, recording.scansPerSweep, out)) continue;
-    BatchedSamples counts(out);
-    for (std::int64_t first = 0; first < recording.scansPerSweep; first += perRead) {
-      const std::int64_t scans = std::min(perRead, recording.scansPerSweep - first);
-      reader.ReadCounts(sweep, first,
-                        counts.Next(static_cast<std::size_t>(scans) * recording.channels.size()));
+// Visits `share` of the recording in bounded stretches: `visit(values, scans)`
+// gets the interleaved values of all the recording's channels.
+template <typename Visit>
+void ForEachStretch(const Recording& recording, ScanReader& reader, Stretch share, Visit visit) {
+  std::vector<double> values;
+  ForEachRead(recording, share, [&](std::int64_t sweep, std::int64_t first, std::int64_t scans) {
+    values.assign(static_cast<std::size_t>(scans) * recording.channels.size(), 0.0);
+    reader.ReadScans(sweep, first, values);
+    visit(std::span<const double>(values), scans);
+  });
+}
+
+// The recording's scans split into shares that are read at once, each by a
+// reader of its own: one share when the reader cannot be copied for another
+// thread or the recording is small.
+class Shares {
+ public:
+  Shares(const Recording& recording, ScanReader& reader) {
+    // A share of at least 8 MiB of values as doubles, the form they are read in.
+    constexpr std::int64_t kSmallestShareBytes = std::int64_t{8} << 20;
+    const std::int64_t scans = recording.sweeps * recording.scansPerSweep;
+    const std::size_t parts = PartsFor(
+        scans * static_cast<std::int64_t>(recording.channels.size() * sizeof(double)),
+        kSmallestShareBytes);
+    readers_.push_back(&reader);
+    while (readers_.size() < parts) {
+      copies_.push_back(reader.ForAnotherThread());
+      if (!copies_.back()) break;
+      readers_.push_back(copies_.back().get());
     }
-    counts.Finish();
+    stretches_ = SplitEvenly(scans, readers_.size());
   }
+
+  std::size_t Count() const { return readers_.size(); }
+  ScanReader& Reader(std::size_t share) const { return *readers_[share]; }
+  Stretch Scans(std::size_t share) const { return stretches_[share]; }
+
+ private:
+  std::vector<ScanReader*> readers_;
+  std::vector<std::unique_ptr<ScanReader>> copies_;
+  std::vector<Stretch> stretches_;
+};
+
+// Writes each share's counts, made by `write(share, out)`, at once into its
+// own stretch of the data section, then moves `out` past them all.
+template <typename Write>
+void WriteShares(const Shares& shares, std::size_t kept, DataSectionWriter& out, Write write) {
+  const auto bytesBefore = [&](std::int64_t scan) {
+    return scan * static_cast<std::int64_t>(kept * sizeof(std::int16_t));
+  };
+  RunParts(shares.Count(), [&](std::size_t share) {
+    DataSectionWriter own = out.Skipped(bytesBefore(shares.Scans(share).from));
+    write(share, own);
+  });
+  out.Skip(bytesBefore(shares.Scans(shares.Count() - 1).to));
+}
+
+// Writes the stored counts of a recording whose counts all stay as they are:
+// sweeps the source holds as the output stores them are copied as bytes.
+void WriteStoredCounts(const Recording& recording, const Shares& shares, DataSectionWriter& out) {
+  ScanReader& reader = shares.Reader(0);
+  if (reader.CopySweep(0, recording.scansPerSweep, out)) {
+    for (std::int64_t sweep = 1; sweep < recording.sweeps; ++sweep) {
+      reader.CopySweep(sweep, recording.scansPerSweep, out);
+    }
+    return;
+  }
+  WriteShares(shares, recording.channels.size(), out, [&](std::size_t share, DataSectionWriter& own) {
+    BatchedSamples counts(own);
+    ForEachRead(recording, shares.Scans(share),
+                [&](std::int64_t sweep, std::int64_t first, std::int64_t scans) {
+                  shares.Reader(share).ReadCounts(
+                      sweep, first,
+                      counts.Next(static_cast<std::size_t>(scans) * recording.channels.size()));
+                });
+    counts.Finish();
+  });
 }
 
 ChannelStorage StorageFor(const RecordedChannel& channel, std::size_t index,
@@ -150,32 +213,43 @@ bool AllFinite(std::span<const double> values) {
   return finite;
 }
 
-// Stores `values` as counts into every `stride`-th slot of `room`; false,
-// with some stored, when a value lies outside [low, high].
-bool StoreCounts(const ChannelStorage& storage, std::span<const double> values, double low,
-                 double high, std::span<std::int16_t> room, std::size_t stride) {
-  bool inside = true;
-  if (storage.keepsCounts) {
+// Stores count(value) of each of `values` into every `stride`-th slot of
+// `room`, a value outside [low, high] taken as `low`; false, with all stored,
+// when one lay outside. A lone channel (stride 1) gets a loop of its own,
+// which the compiler can lay out for vectors.
+template <typename Count>
+bool StoreEach(std::span<const double> values, double low, double high,
+               std::span<std::int16_t> room, std::size_t stride, Count count) {
+  const auto store = [&](std::size_t step) {
+    bool inside = true;
     for (std::size_t s = 0; s < values.size(); ++s) {
       const double value = values[s];
-      const bool fits = value >= low && value <= high;
+      const bool fits = (value >= low) & (value <= high);
       inside &= fits;
-      room[s * stride] = static_cast<std::int16_t>((fits ? value : low) + storage.shift);
+      room[s * step] = count(fits ? value : low);
     }
     return inside;
+  };
+  return stride == 1 ? store(1) : store(stride);
+}
+
+bool StoreCounts(const ChannelStorage& storage, std::span<const double> values, double low,
+                 double high, std::span<std::int16_t> room, std::size_t stride) {
+  if (storage.keepsCounts) {
+    const double shift = storage.shift;
+    return StoreEach(values, low, high, room, stride, [shift](double value) {
+      return static_cast<std::int16_t>(value + shift);
+    });
   }
   // Within 16 bits by the choice of the factor: the peak maps to 16384, and a
   // value outside the extremes is replaced before it is scaled.
+  const double scale = storage.scale;
+  const double offset = storage.offset;
   const double factor = static_cast<double>(storage.scaleFactor);
-  for (std::size_t s = 0; s < values.size(); ++s) {
-    const double value = values[s];
-    const bool fits = value >= low && value <= high;
-    inside &= fits;
-    const double scaled = (fits ? value : low) * storage.scale + storage.offset;
-    room[s * stride] =
-        static_cast<std::int16_t>(RoundedToEven(scaled * kAdcResolution * factor / kAdcRange));
-  }
-  return inside;
+  return StoreEach(values, low, high, room, stride, [=](double value) {
+    return static_cast<std::int16_t>(
+        RoundedToEven((value * scale + offset) * kAdcResolution * factor / kAdcRange));
+  });
 }
 
 void SetHeader(AbfHeader& h, const Recording& recording,
@@ -293,20 +367,32 @@ std::filesystem::path WriteRecording(Workbench& bench, const Recording& recordin
                   [](const RecordedChannel& c) { return c.wholeCounts && c.offset == 0.0; })) {
     storage = storageOf();
   }
+  const Shares shares(recording, reader);
   if (storage.empty() || std::any_of(storage.begin(), storage.end(),
                                      [](const ChannelStorage& c) { return !c.keepsCounts; })) {
-    std::vector<double> column;
-    ForEachStretch(recording, reader, [&](std::span<const double> values, std::int64_t scans) {
-      for (std::size_t c = 0; c < kept; ++c) {
-        const std::span<const double> own = ChannelValues(values, scans, channels, c, column);
-        if (!AllFinite(own)) {
-          throw ConvoraError(ChannelLabel(recording.channels[c], c) +
-                             " holds a value that is not a finite number");
-        }
-        if (!extremes[c]) extremes[c].emplace(own.front());
-        extremes[c]->Add(own);
-      }
+    // Each share's extremes, joined in order.
+    std::vector<std::vector<std::optional<Extremes>>> found(
+        shares.Count(), std::vector<std::optional<Extremes>>(kept));
+    RunParts(shares.Count(), [&](std::size_t share) {
+      std::vector<double> column;
+      ForEachStretch(recording, shares.Reader(share), shares.Scans(share),
+                     [&](std::span<const double> values, std::int64_t scans) {
+                       for (std::size_t c = 0; c < kept; ++c) {
+                         const std::span<const double> own =
+                             ChannelValues(values, scans, channels, c, column);
+                         if (!AllFinite(own)) {
+                           throw ConvoraError(ChannelLabel(recording.channels[c], c) +
+                                              " holds a value that is not a finite number");
+                         }
+                         std::optional<Extremes>& extremes = found[share][c];
+                         if (!extremes) extremes.emplace(own.front());
+                         extremes->Add(own);
+                       }
+                     });
     });
+    for (const auto& share : found) {
+      for (std::size_t c = 0; c < kept; ++c) JoinExtremes(extremes[c], share[c]);
+    }
     storage = storageOf();
   }
 
@@ -338,26 +424,29 @@ std::filesystem::path WriteRecording(Workbench& bench, const Recording& recordin
       bench, h,
       [&](DataSectionWriter& out) {
         if (countsAsStored) {
-          WriteStoredCounts(recording, reader, out);
+          WriteStoredCounts(recording, shares, out);
         } else {
-          BatchedSamples counts(out);
-          std::vector<double> column;
-          ForEachStretch(
-              recording, reader, [&](std::span<const double> values, std::int64_t scans) {
-                const std::span<std::int16_t> room =
-                    counts.Next(static_cast<std::size_t>(scans) * kept);
-                for (std::size_t c = 0; c < kept; ++c) {
-                  // A value beyond what the first pass saw (or, read once, beyond
-                  // 16 bits): the source changed under us.
-                  const double low = extremes[c] ? extremes[c]->Minimum() : -32768.0;
-                  const double high = extremes[c] ? extremes[c]->Maximum() : 32767.0;
-                  if (!StoreCounts(storage[c], ChannelValues(values, scans, channels, c, column),
-                                   low, high, room.subspan(c), kept)) {
-                    throw SourceChangedError();
-                  }
-                }
-              });
-          counts.Finish();
+          WriteShares(shares, kept, out, [&](std::size_t share, DataSectionWriter& own) {
+            BatchedSamples counts(own);
+            std::vector<double> column;
+            ForEachStretch(recording, shares.Reader(share), shares.Scans(share),
+                           [&](std::span<const double> values, std::int64_t scans) {
+                             const std::span<std::int16_t> room =
+                                 counts.Next(static_cast<std::size_t>(scans) * kept);
+                             for (std::size_t c = 0; c < kept; ++c) {
+                               // A value beyond what the first pass saw (or, read once,
+                               // beyond 16 bits): the source changed under us.
+                               const double low = extremes[c] ? extremes[c]->Minimum() : -32768.0;
+                               const double high = extremes[c] ? extremes[c]->Maximum() : 32767.0;
+                               if (!StoreCounts(storage[c],
+                                                ChannelValues(values, scans, channels, c, column),
+                                                low, high, room.subspan(c), kept)) {
+                                 throw SourceChangedError();
+                               }
+                             }
+                           });
+            counts.Finish();
+          });
         }
         sweepLayout.WriteAfterSamples(out);
         tags.WriteAfter(sweepLayout.EndByte(), out);

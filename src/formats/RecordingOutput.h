@@ -16,12 +16,14 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
 #include "abf/AbfOutput.h"
+#include "abf/FileIo.h"
 #include "abf/StartDateTime.h"
 #include "workbench/Workbench.h"
 
@@ -88,7 +90,32 @@ class ScanReader {
   // Where ReadsCounts: copies the first `scans` scans of `sweep` to `out` as
   // bytes if the source holds them exactly as an ABF file stores them (the
   // channels in order, scan after scan); false, with nothing written, if not.
+  // The answer is the same for every sweep.
   virtual bool CopySweep(std::int64_t sweep, std::int64_t scans, DataSectionWriter& out);
+
+  // A copy of this reader for another thread, reading the source opened
+  // again, so that the stretches of a large recording are read at once;
+  // nothing (the default) where reading must stay on one thread.
+  virtual std::unique_ptr<ScanReader> ForAnotherThread() const { return nullptr; }
+
+ protected:
+  ScanReader() = default;
+  // A copy starts without a source of its own: see CopyReading.
+  ScanReader(const ScanReader&) {}
+  ScanReader& operator=(const ScanReader&) = delete;
+
+  // For ForAnotherThread: a copy of `reader` whose member `source` points to
+  // the source opened again, which the copy keeps.
+  template <typename Reader>
+  static std::unique_ptr<ScanReader> CopyReading(const Reader& reader, SourceFile* Reader::*source) {
+    auto copy = std::make_unique<Reader>(reader);
+    copy->reopened_ = std::make_unique<SourceFile>((reader.*source)->Reopened());
+    (*copy).*source = copy->reopened_.get();
+    return copy;
+  }
+
+ private:
+  std::unique_ptr<SourceFile> reopened_;
 };
 
 // Writes `recording` to the selected file's output (bench.OutputPathFor:

@@ -102,7 +102,11 @@ struct Pause {
 class WaveScans : public ScanReader {
  public:
   WaveScans(SourceFile& source, std::vector<Wave> waves, std::vector<std::int64_t> skip)
-      : source_(source), waves_(std::move(waves)), skip_(std::move(skip)) {}
+      : source_(&source), waves_(std::move(waves)), skip_(std::move(skip)) {}
+
+  std::unique_ptr<ScanReader> ForAnotherThread() const override {
+    return CopyReading(*this, &WaveScans::source_);
+  }
 
   void ReadScans(std::int64_t, std::int64_t first, std::span<double> out) override {
     ReadColumns(first, out, values_);
@@ -134,7 +138,7 @@ class WaveScans : public ScanReader {
   }
 
  private:
-  SourceFile& source_;
+  SourceFile* source_;
   std::vector<Wave> waves_;
   std::vector<std::int64_t> skip_;  // samples of each wave before the common first tick
   std::vector<double> values_;
@@ -173,9 +177,9 @@ class WaveScans : public ScanReader {
             block->dataAt + within * static_cast<std::int64_t>(BytesOf(wave.type));
         column.resize(static_cast<std::size_t>(take));
         if constexpr (std::is_same_v<Value, double>) {
-          ReadValues(source_, at, wave.type, ByteOrder::LittleEndian, BytesOf(wave.type), column);
+          ReadValues(*source_, at, wave.type, ByteOrder::LittleEndian, BytesOf(wave.type), column);
         } else {
-          source_.ReadSamples(at, column);
+          source_->ReadSamples(at, column);
         }
         for (std::int64_t i = 0; i < take; ++i) {
           out[static_cast<std::size_t>(done + i) * width + c] = column[static_cast<std::size_t>(i)];

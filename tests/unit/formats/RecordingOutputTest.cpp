@@ -10,26 +10,44 @@ namespace convora {
 namespace {
 
 // Values of channel c at scan s of sweep w: a table the test fills.
+// When `threads`, it is copied for other threads, and when `counts`, it hands
+// its values over as counts too.
 class TableReader : public ScanReader {
  public:
-  TableReader(std::size_t channels, std::int64_t scans, std::vector<double> values)
-      : channels_(channels), scans_(scans), values_(std::move(values)) {}
+  TableReader(std::size_t channels, std::int64_t scans, std::vector<double> values,
+              bool threads = false, bool counts = false)
+      : channels_(channels), scans_(scans), values_(std::make_shared<const std::vector<double>>(std::move(values))),
+        threads_(threads),
+        counts_(counts) {}
   void ReadScans(std::int64_t sweep, std::int64_t first, std::span<double> out) override {
-    const auto from = static_cast<std::size_t>((sweep * scans_ + first)) * channels_;
-    std::copy_n(values_.begin() + static_cast<std::ptrdiff_t>(from), out.size(), out.begin());
+    std::copy_n(values_->begin() + From(sweep, first), out.size(), out.begin());
+  }
+  bool ReadsCounts() const override { return counts_; }
+  void ReadCounts(std::int64_t sweep, std::int64_t first, std::span<std::int16_t> out) override {
+    std::copy_n(values_->begin() + From(sweep, first), out.size(), out.begin());
+  }
+  std::unique_ptr<ScanReader> ForAnotherThread() const override {
+    return threads_ ? std::make_unique<TableReader>(*this) : nullptr;
   }
 
  private:
+  std::ptrdiff_t From(std::int64_t sweep, std::int64_t first) const {
+    return static_cast<std::ptrdiff_t>((sweep * scans_ + first) * static_cast<std::int64_t>(channels_));
+  }
   std::size_t channels_;
   std::int64_t scans_;
-  std::vector<double> values_;
+  std::shared_ptr<const std::vector<double>> values_;
+  bool threads_;
+  bool counts_;
 };
 
 struct RecordingOutputTest : testing::Test {
   test::BenchFixture f;
-  test::Bytes Write(const Recording& recording, std::vector<double> values) {
+  test::Bytes Write(const Recording& recording, std::vector<double> values, bool threads = false,
+                    bool counts = false) {
     f.Select("rec.dat", {});
-    TableReader reader(recording.channels.size(), recording.scansPerSweep, std::move(values));
+    TableReader reader(recording.channels.size(), recording.scansPerSweep, std::move(values),
+                       threads, counts);
     return test::ReadFile(WriteRecording(f.bench, recording, reader));
   }
 };
@@ -92,6 +110,27 @@ TEST_F(RecordingOutputTest, SeventeenChannelsKeepSixteenAndNameTheRest) {
   EXPECT_EQ(f.prompter.Transcript().back(),
             test::Notice(f.bench.SelectedFilePath,
                          "an ABF 1.x file holds 16 channels; left out: channel 17 (c16)"));
+}
+
+// Large recordings are read in shares, one per core, each by a copy of the
+// reader: the output is the one a single reader writes, whichever share holds
+// the peak and wherever a share ends within a sweep.
+TEST_F(RecordingOutputTest, SharesReadAtOnceWriteWhatOneReaderWrites) {
+  Recording r;
+  r.channels = {{"I", "pA", 1.0, 0.0, true}, {"V", "mV", 1.0, 0.0, true}};
+  r.channelIntervalUs = 10;
+  r.sweeps = 3;
+  r.scansPerSweep = 700'001;
+  std::vector<double> values(static_cast<std::size_t>(r.sweeps * r.scansPerSweep) * 2);
+  for (std::size_t i = 0; i < values.size(); ++i) values[i] = static_cast<double>(i % 4001) - 2000;
+  values[values.size() - 1] = 30000;
+  for (const bool counts : {false, true}) {
+    const auto once = Write(r, values, false, counts);
+    EXPECT_EQ(Write(r, values, true, counts), once) << counts;
+  }
+  r.channels[1].wholeCounts = false;  // scaled to the peak in the last share
+  values[values.size() - 1] = 7e6;
+  EXPECT_EQ(Write(r, values, true), Write(r, values));
 }
 
 TEST_F(RecordingOutputTest, RefusesWhatCannotBeStoredAndLeavesTheTemplateAlone) {
