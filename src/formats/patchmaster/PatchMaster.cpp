@@ -158,6 +158,7 @@ bool WriteSeries(Workbench& bench, SourceFile& source, const Series& series, std
   recording.channelIntervalUs = interval * 1e6;
   recording.sweeps = sweeps;
   recording.scansPerSweep = longest;
+  recording.start = series.start;
   recording.comment =
       series.groupLabel.empty() ? series.label : series.groupLabel + " / " + series.label;
   SeriesScans reader(source, series, std::move(kept), std::move(scaled));

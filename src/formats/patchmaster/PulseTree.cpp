@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <chrono>
 #include <cmath>
 #include <string_view>
 
@@ -47,6 +48,10 @@ constexpr std::size_t kDataScalerAt = 72;
 constexpr std::size_t kYUnitAt = 96;
 constexpr std::size_t kYUnitWidth = 8;
 constexpr std::size_t kXIntervalAt = 104;
+// Of a series record: when it started, in seconds (a double).
+constexpr std::size_t kSeriesTimeAt = 136;
+// The tree's times less this many seconds count from the first of January 1904.
+constexpr double kClockOffsetSeconds = 1580970496.0;
 constexpr std::size_t kInterleaveSizeAt = 292;
 constexpr std::size_t kInterleaveSkipAt = 296;
 constexpr std::uint16_t kLittleEndianKind = 1;  // bit 0 of the data kind
@@ -56,6 +61,22 @@ constexpr std::array<StoredType, 4> kDataFormats = {StoredType::kInt16, StoredTy
 
 ByteOrder HeaderOrder(std::span<const std::uint8_t> first) {
   return first[kLittleEndianFlagAt] == 1 ? ByteOrder::LittleEndian : ByteOrder::BigEndian;
+}
+
+// A time of the tree as a date and time of day; nothing for one before 1904
+// or after 9999, or not a number.
+std::optional<LocalDateTime> DateTimeOf(double clock) {
+  using namespace std::chrono;
+  const double seconds = clock - kClockOffsetSeconds;
+  constexpr double kTo9999 = 8'000 * 366 * 86'400.0;
+  if (!(seconds >= 0.0 && seconds < kTo9999)) return std::nullopt;
+  const auto whole = static_cast<std::int64_t>(seconds);
+  const sys_days day = sys_days(year{1904} / January / 1) + days(whole / 86'400);
+  const year_month_day date(day);
+  const std::int64_t ofDay = whole % 86'400;
+  return LocalDateTime{static_cast<int>(date.year()), static_cast<int>(unsigned(date.month())),
+                       static_cast<int>(unsigned(date.day())), static_cast<int>(ofDay / 3600),
+                       static_cast<int>(ofDay / 60 % 60), static_cast<int>(ofDay % 60)};
 }
 
 struct Item {
@@ -161,8 +182,11 @@ class TreeReader {
         groupLabel_ = record.Text(kLabelAt, kLabelWidth, "group label");
         break;
       case kSeries:
-        series_.push_back(
-            {groupLabel_, record.Text(kLabelAt, kLabelWidth, "series label"), {}, {}});
+        series_.push_back({groupLabel_, record.Text(kLabelAt, kLabelWidth, "series label"),
+                           record.Size() >= kSeriesTimeAt + 8
+                               ? DateTimeOf(record.Double(kSeriesTimeAt, "series time"))
+                               : std::nullopt,
+                           {}, {}});
         break;
       case kSweep:
         if (series_.empty()) throw ConvoraError("the pulsed tree holds a sweep outside a series");

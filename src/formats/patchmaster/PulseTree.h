@@ -6,11 +6,13 @@
 // is read, so a series handed on can be read without further checks.
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
 #include "abf/FileIo.h"
+#include "abf/StartDateTime.h"
 #include "formats/SourceValues.h"
 
 namespace convora::patchmaster {
@@ -35,6 +37,9 @@ struct Channel {
 struct Series {
   std::string groupLabel;
   std::string label;
+  // When the series started, as PatchMaster's clock read it; nothing when
+  // the record has no time or one that is no date.
+  std::optional<LocalDateTime> start;
   // Named after the traces of the first sweep; every sweep holds as many.
   std::vector<Channel> channels;
   std::vector<std::vector<Trace>> sweeps;  // [sweep][channel]

@@ -26,10 +26,11 @@ struct SeriesSpec {
   std::string label;
   std::vector<std::vector<TraceSpec>> sweeps;
   std::int32_t claimedSweeps = -1;  // the child count, when not the sweeps there are
+  double time = 0;  // on PatchMaster's clock: seconds from 1904 plus 1580970496
 };
 
 constexpr std::int32_t kTraceBytes = 128;
-constexpr std::int32_t kSizes[] = {16, 64, 64, 56, kTraceBytes};
+constexpr std::int32_t kSizes[] = {16, 64, 144, 56, kTraceBytes};
 
 test::Bytes Make(const std::vector<SeriesSpec>& series, std::int32_t levels = 5) {
   test::ByteBuilder data, tree;
@@ -42,8 +43,9 @@ test::Bytes Make(const std::vector<SeriesSpec>& series, std::int32_t levels = 5)
   record(kSizes[0], "", 1);
   record(kSizes[1], "G1", static_cast<std::int32_t>(series.size()));
   for (const SeriesSpec& s : series) {
-    record(kSizes[2], s.label,
-           s.claimedSweeps < 0 ? static_cast<std::int32_t>(s.sweeps.size()) : s.claimedSweeps);
+    const std::size_t at = tree.Size();
+    tree.Int32LE(0).Text(s.label).PadTo(at + 136).DoubleLE(s.time).PadTo(at + kSizes[2]);
+    tree.Int32LE(s.claimedSweeps < 0 ? static_cast<std::int32_t>(s.sweeps.size()) : s.claimedSweeps);
     for (const auto& sweep : s.sweeps) {
       record(kSizes[3], "", static_cast<std::int32_t>(sweep.size()));
       for (const TraceSpec& t : sweep) {
@@ -83,7 +85,9 @@ struct PatchMasterTest : testing::Test {
 // Series 2: one sweep of an int32 trace, scaled alike.
 TEST_F(PatchMasterTest, EachSeriesIsAFileOfItsSweepsAndTraces) {
   const TraceSpec volts{"V-mon", "V", 2, 1.0, 1e-4, {0.01, -0.02, 0.005}};
-  Convert({{"IV", {{{}, volts}, {{.values = {4, 5, 6}}, volts}}},
+  // 1904 is a leap year: 366 days and 3661 s on, 1905-01-01 01:01:01.
+  const double started = 1580970496.0 + 366 * 86400 + 3661.5;
+  Convert({{"IV", {{{}, volts}, {{.values = {4, 5, 6}}, volts}}, -1, started},
            {"ramp", {{{"Ramp", "V", 1, 1e-3, 2e-5, {100, -400, 0}}}}}});
   const test::Bytes first = test::ReadFile(f.dir / "cell.ABF");
   const AbfHeader h = test::HeaderOf(first);
@@ -91,6 +95,8 @@ TEST_F(PatchMasterTest, EachSeriesIsAFileOfItsSweepsAndTraces) {
   EXPECT_EQ(h.Get(abf::lActualEpisodes), 2);
   EXPECT_EQ(h.Get(abf::nADCNumChannels), 2);
   EXPECT_EQ(h.Get(abf::fADCSampleInterval), 50.0f);
+  EXPECT_EQ(h.Get(abf::lFileStartDate), 19050101);
+  EXPECT_EQ(h.Get(abf::lFileStartTime), 3661);
   EXPECT_EQ(h.Get(abf::sADCChannelName, 1), "V-mon     ");
   EXPECT_EQ(h.Get(abf::sADCUnits, 0), "pA      ");
   EXPECT_EQ(h.Get(abf::sADCUnits, 1), "mV      ");
