@@ -133,6 +133,44 @@ template <typename Value, std::size_t Bytes, bool kInUnit>
   return misfits;
 }
 
+template <std::size_t Bytes>
+[[gnu::always_inline]] inline bool ScaleStored(std::span<const double> values,
+                                               std::span<std::int16_t> counts,
+                                               const StoredScaling& f) {
+  bool inside = true;
+  std::size_t i = 0;
+#if CONVORA_LANES
+  constexpr std::size_t kWidth = Bytes / sizeof(double);
+  using Doubles = Lanes<double, Bytes>;
+  using Masks = Lanes<std::int64_t, Bytes>;
+  using Int32s = Lanes<std::int32_t, kWidth * 4>;
+  using Int16s = Lanes<std::int16_t, kWidth * 2>;
+  constexpr double kShift = 0x1.8p52;
+  Masks outside{};
+  for (; i + kWidth <= values.size(); i += kWidth) {
+    Doubles x;
+    std::memcpy(&x, &values[i], sizeof x);
+    const Masks fits = (x >= f.low) & (x <= f.high);
+    outside |= ~fits;
+    x = fits ? x : f.low - Doubles{};
+    const Doubles rounded =
+        (((x * f.scale + f.offset) * f.resolution * f.scaleFactor) / f.range + kShift) - kShift;
+    const Int16s lane = __builtin_convertvector(__builtin_convertvector(rounded, Int32s), Int16s);
+    std::memcpy(&counts[i], &lane, sizeof lane);
+  }
+  for (std::size_t k = 0; k < kWidth; ++k) inside &= outside[k] == 0;
+#endif
+  for (; i < values.size(); ++i) {
+    const double value = values[i];
+    const bool fits = (value >= f.low) & (value <= f.high);
+    inside &= fits;
+    const double x = fits ? value : f.low;
+    counts[i] = static_cast<std::int16_t>(
+        RoundedToEven(((x * f.scale + f.offset) * f.resolution * f.scaleFactor) / f.range));
+  }
+  return inside;
+}
+
 #if CONVORA_LANES
 // Whether any lane of a comparison's mask is set, tested as whole words.
 template <typename Mask>
@@ -285,6 +323,12 @@ __attribute__((target("avx2"))) std::size_t WideCounts(std::span<const Value> va
   return ScaleToCounts<Value, kWideBytes, false>(values, counts, factors);
 }
 
+__attribute__((target("avx2"))) bool WideScaleStored(std::span<const double> values,
+                                                      std::span<std::int16_t> counts,
+                                                      const StoredScaling& scaling) {
+  return ScaleStored<kWideBytes>(values, counts, scaling);
+}
+
 template <typename Value>
 __attribute__((target("avx2"))) std::size_t WideMultiply(std::span<Value> values, double factor) {
   return Multiply<Value, kWideBytes>(values, factor);
@@ -378,6 +422,14 @@ std::size_t CountScaler::ToCounts(std::span<const float> values, double unitFact
 std::size_t CountScaler::ToCounts(std::span<const double> values, double unitFactor,
                                   std::span<std::int16_t> counts) const {
   return CountsOf(values, counts, {resolution_, scaleFactor_, range_, unitFactor});
+}
+
+bool StoreScaled(std::span<const double> values, const StoredScaling& scaling,
+                 std::span<std::int16_t> counts) {
+#if CONVORA_AVX2
+  if (HasAvx2()) return WideScaleStored(values, counts, scaling);
+#endif
+  return ScaleStored<kNarrowBytes>(values, counts, scaling);
 }
 
 std::size_t MultiplyWithinRange(std::span<float> values, double factor) {

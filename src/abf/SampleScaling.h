@@ -170,6 +170,25 @@ class CountScaler {
   double range_;
 };
 
+// Counts of values scaled to a channel's factor, as the format converters
+// store them: count = round half to even of
+// ((value x scale + offset) x resolution x scaleFactor) / range, operation by
+// operation in double precision, where a value outside [low, high] is taken
+// as `low`. The factors must keep every value in that range within 16 bits.
+struct StoredScaling {
+  double scale;
+  double offset;
+  double resolution;
+  double scaleFactor;
+  double range;
+  double low;
+  double high;
+};
+// counts[i] = the count of values[i]; returns whether every value lay within
+// [low, high]. Several lanes at a time, each the same as one value alone.
+bool StoreScaled(std::span<const double> values, const StoredScaling& scaling,
+                 std::span<std::int16_t> counts);
+
 // For converters that stop on a count beyond 16 bits: throws ConvoraError when
 // the extremes do not scale into 16 bits. The scaling is monotonic, so every
 // value between them fits too, and the check can run before the output opens.

@@ -213,43 +213,30 @@ bool AllFinite(std::span<const double> values) {
   return finite;
 }
 
-// Stores count(value) of each of `values` into every `stride`-th slot of
-// `room`, a value outside [low, high] taken as `low`; false, with all stored,
-// when one lay outside. A lone channel (stride 1) gets a loop of its own,
-// which the compiler can lay out for vectors.
-template <typename Count>
-bool StoreEach(std::span<const double> values, double low, double high,
-               std::span<std::int16_t> room, std::size_t stride, Count count) {
-  const auto store = [&](std::size_t step) {
-    bool inside = true;
-    for (std::size_t s = 0; s < values.size(); ++s) {
-      const double value = values[s];
-      const bool fits = (value >= low) & (value <= high);
-      inside &= fits;
-      room[s * step] = count(fits ? value : low);
-    }
-    return inside;
-  };
-  return stride == 1 ? store(1) : store(stride);
-}
-
+// Stores `values` as counts into every `stride`-th slot of `room`; false,
+// with all stored, when a value lies outside [low, high].
 bool StoreCounts(const ChannelStorage& storage, std::span<const double> values, double low,
                  double high, std::span<std::int16_t> room, std::size_t stride) {
   if (storage.keepsCounts) {
-    const double shift = storage.shift;
-    return StoreEach(values, low, high, room, stride, [shift](double value) {
-      return static_cast<std::int16_t>(value + shift);
-    });
+    bool inside = true;
+    for (std::size_t s = 0; s < values.size(); ++s) {
+      const double value = values[s];
+      const bool fits = value >= low && value <= high;
+      inside &= fits;
+      room[s * stride] = static_cast<std::int16_t>((fits ? value : low) + storage.shift);
+    }
+    return inside;
   }
   // Within 16 bits by the choice of the factor: the peak maps to 16384, and a
   // value outside the extremes is replaced before it is scaled.
-  const double scale = storage.scale;
-  const double offset = storage.offset;
-  const double factor = static_cast<double>(storage.scaleFactor);
-  return StoreEach(values, low, high, room, stride, [=](double value) {
-    return static_cast<std::int16_t>(
-        RoundedToEven((value * scale + offset) * kAdcResolution * factor / kAdcRange));
-  });
+  const StoredScaling scaling{storage.scale, storage.offset, kAdcResolution,
+                              static_cast<double>(storage.scaleFactor), kAdcRange, low, high};
+  if (stride == 1) return StoreScaled(values, scaling, room.first(values.size()));
+  thread_local std::vector<std::int16_t> column;
+  column.resize(values.size());
+  const bool inside = StoreScaled(values, scaling, column);
+  for (std::size_t s = 0; s < column.size(); ++s) room[s * stride] = column[s];
+  return inside;
 }
 
 void SetHeader(AbfHeader& h, const Recording& recording,

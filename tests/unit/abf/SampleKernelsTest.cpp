@@ -117,6 +117,30 @@ TYPED_TEST(SampleKernels, CountsEqualTheOneValueScalingAtEveryLengthAlignmentAnd
   });
 }
 
+TEST(SampleKernels, StoredCountsEqualTheOneValueFormulaAndTakeOutsidersAsTheLow) {
+  ForEveryLaneSet([] {
+    const auto values = Awkward<double>(1031, 20000.0);
+    // Counts equal to the values, so that halves round to even; and a scaling
+    // with an offset that lands the extremes near full scale.
+    for (const StoredScaling scaling : {StoredScaling{1, 0, 1, 1, 1, -30000, 30000},
+                                        StoredScaling{3e-3, -1.25, 32768, 0.37, 10, -2e3, 2e3}}) {
+      for (const std::size_t start : {0, 1, 3}) {
+        const auto some = std::span<const double>(values).subspan(start, 1000);
+        std::vector<std::int16_t> counts(some.size());
+        bool inside = true;
+        for (const double v : some) inside &= v >= scaling.low && v <= scaling.high;
+        EXPECT_EQ(StoreScaled(some, scaling, counts), inside);
+        for (std::size_t i = 0; i < some.size(); ++i) {
+          const double x = some[i] >= scaling.low && some[i] <= scaling.high ? some[i] : scaling.low;
+          const double exact = ((x * scaling.scale + scaling.offset) * scaling.resolution *
+                                scaling.scaleFactor) / scaling.range;
+          ASSERT_EQ(counts[i], RoundToInt16(exact).value()) << some[i] << " at " << i;
+        }
+      }
+    }
+  });
+}
+
 TYPED_TEST(SampleKernels, ExtremesEqualAddingOneByOne) {
   ForEveryLaneSet([&] {
     const auto values = Awkward<TypeParam>(1031, 3.0);
