@@ -248,6 +248,16 @@ template <typename Value>
   return found != 0;
 }
 
+// Told by their bits too: a value is finite unless its exponent bits are all set.
+[[gnu::always_inline]] inline bool EveryFinite(std::span<const double> values) {
+  constexpr std::uint64_t kExponent = 0x7FF0000000000000;
+  std::uint64_t notFinite = 0;
+  for (const double value : values) {
+    notFinite |= (std::bit_cast<std::uint64_t>(value) & kExponent) == kExponent;
+  }
+  return notFinite == 0;
+}
+
 // On x86-64 each kernel is compiled a second time for AVX2's 32-byte vectors,
 // and taken when the processor has them.
 #if CONVORA_AVX2
@@ -337,6 +347,10 @@ __attribute__((target("avx2"))) std::size_t WideMultiply(std::span<Value> values
 template <typename Value>
 __attribute__((target("avx2"))) void WideReverse(std::span<Value> values) {
   ReverseEach(values);
+}
+
+__attribute__((target("avx2"))) bool WideEveryFinite(std::span<const double> values) {
+  return EveryFinite(values);
 }
 
 template <typename Value>
@@ -437,6 +451,12 @@ std::size_t MultiplyWithinRange(std::span<float> values, double factor) {
 }
 std::size_t MultiplyWithinRange(std::span<double> values, double factor) {
   return MultiplyAll(values, factor);
+}
+bool AllFinite(std::span<const double> values) {
+#if CONVORA_AVX2
+  if (HasAvx2()) return WideEveryFinite(values);
+#endif
+  return EveryFinite(values);
 }
 bool AnyNegativeNaN(std::span<const float> values) { return AnyNegativeNaNOf(values); }
 bool AnyNegativeNaN(std::span<const double> values) { return AnyNegativeNaNOf(values); }

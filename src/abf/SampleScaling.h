@@ -99,6 +99,9 @@ std::vector<RunExtremes> ExtremesOfRuns(std::size_t runs);
 std::size_t MultiplyWithinRange(std::span<float> values, double factor);
 std::size_t MultiplyWithinRange(std::span<double> values, double factor);
 
+// Whether every value is a finite number: no NaN and no infinity.
+bool AllFinite(std::span<const double> values);
+
 // Whether any value is a NaN with its sign bit set.
 bool AnyNegativeNaN(std::span<const float> values);
 bool AnyNegativeNaN(std::span<const double> values);

@@ -207,12 +207,6 @@ std::span<const double> ChannelValues(std::span<const double> values, std::int64
   return column;
 }
 
-bool AllFinite(std::span<const double> values) {
-  bool finite = true;
-  for (const double value : values) finite &= std::fabs(value) <= std::numeric_limits<double>::max();
-  return finite;
-}
-
 // Stores `values` as counts into every `stride`-th slot of `room`; false,
 // with all stored, when a value lies outside [low, high].
 bool StoreCounts(const ChannelStorage& storage, std::span<const double> values, double low,

@@ -211,6 +211,26 @@ TYPED_TEST(SampleKernels, ANegativeNaNIsFoundAtAnyPlaceAndNothingElseCounts) {
   });
 }
 
+TEST(SampleKernels, EveryNaNAndInfinityIsFoundAtAnyPlaceAndNoFiniteValue) {
+  const std::vector<double> finite = {-0.0, std::numeric_limits<double>::max(),
+                                      -std::numeric_limits<double>::max(),
+                                      std::numeric_limits<double>::denorm_min(), 1.5};
+  ForEveryLaneSet([&] {
+    for (const std::size_t n : {1u, 7u, 8u, 33u}) {
+      std::vector<double> values(n);
+      for (std::size_t i = 0; i < n; ++i) values[i] = finite[i % finite.size()];
+      EXPECT_TRUE(AllFinite(values)) << n;
+      for (std::size_t at = 0; at < n; ++at) {
+        for (const double special : {kNaN, -kNaN, kInf, -kInf}) {
+          std::vector<double> marked = values;
+          marked[at] = special;
+          EXPECT_FALSE(AllFinite(marked)) << special << " at " << at << " of " << n;
+        }
+      }
+    }
+  });
+}
+
 TEST(SampleKernels, MultiplyingRoundsToTheTypeAndStopsAtTheFirstFiniteProductThatOverflows) {
   ForEveryLaneSet([&] {
     std::vector<float> singles(21, 1.0f);
