@@ -133,7 +133,14 @@ template <typename Value, std::size_t Bytes, bool kInUnit>
   return misfits;
 }
 
-template <std::size_t Bytes>
+bool ShiftsOnly(const StoredScaling& f) {
+  return f.scale == 1.0 && f.resolution == 1.0 && f.scaleFactor == 1.0 && f.range == 1.0;
+}
+
+// kShiftOnly where scale, resolution, factor and range are all 1, so that
+// the products and the quotient would leave each value as it is: counts kept
+// and shifted, which then skip the division.
+template <std::size_t Bytes, bool kShiftOnly>
 [[gnu::always_inline]] inline bool ScaleStored(std::span<const double> values,
                                                std::span<std::int16_t> counts,
                                                const StoredScaling& f) {
@@ -153,8 +160,11 @@ template <std::size_t Bytes>
     const Masks fits = (x >= f.low) & (x <= f.high);
     outside |= ~fits;
     x = fits ? x : f.low - Doubles{};
-    const Doubles rounded =
-        (((x * f.scale + f.offset) * f.resolution * f.scaleFactor) / f.range + kShift) - kShift;
+    Doubles scaled = x + f.offset;
+    if constexpr (!kShiftOnly) {
+      scaled = ((x * f.scale + f.offset) * f.resolution * f.scaleFactor) / f.range;
+    }
+    const Doubles rounded = (scaled + kShift) - kShift;
     const Int16s lane = __builtin_convertvector(__builtin_convertvector(rounded, Int32s), Int16s);
     std::memcpy(&counts[i], &lane, sizeof lane);
   }
@@ -165,8 +175,10 @@ template <std::size_t Bytes>
     const bool fits = (value >= f.low) & (value <= f.high);
     inside &= fits;
     const double x = fits ? value : f.low;
-    counts[i] = static_cast<std::int16_t>(
-        RoundedToEven(((x * f.scale + f.offset) * f.resolution * f.scaleFactor) / f.range));
+    const double scaled = kShiftOnly
+                              ? x + f.offset
+                              : ((x * f.scale + f.offset) * f.resolution * f.scaleFactor) / f.range;
+    counts[i] = static_cast<std::int16_t>(RoundedToEven(scaled));
   }
   return inside;
 }
@@ -336,7 +348,8 @@ __attribute__((target("avx2"))) std::size_t WideCounts(std::span<const Value> va
 __attribute__((target("avx2"))) bool WideScaleStored(std::span<const double> values,
                                                       std::span<std::int16_t> counts,
                                                       const StoredScaling& scaling) {
-  return ScaleStored<kWideBytes>(values, counts, scaling);
+  if (ShiftsOnly(scaling)) return ScaleStored<kWideBytes, true>(values, counts, scaling);
+  return ScaleStored<kWideBytes, false>(values, counts, scaling);
 }
 
 template <typename Value>
@@ -443,7 +456,8 @@ bool StoreScaled(std::span<const double> values, const StoredScaling& scaling,
 #if CONVORA_AVX2
   if (HasAvx2()) return WideScaleStored(values, counts, scaling);
 #endif
-  return ScaleStored<kNarrowBytes>(values, counts, scaling);
+  if (ShiftsOnly(scaling)) return ScaleStored<kNarrowBytes, true>(values, counts, scaling);
+  return ScaleStored<kNarrowBytes, false>(values, counts, scaling);
 }
 
 std::size_t MultiplyWithinRange(std::span<float> values, double factor) {

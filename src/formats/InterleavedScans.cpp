@@ -24,9 +24,10 @@ void InterleavedScans::Pick(std::span<const Value> stored, std::span<Value> out)
 
 void InterleavedScans::ReadScans(std::int64_t sweep, std::int64_t first, std::span<double> out) {
   const auto scanBytes = static_cast<std::int64_t>(width_ * BytesOf(type_));
+  const std::int64_t at = sweepStarts_[static_cast<std::size_t>(sweep)] + first * scanBytes;
+  if (InOrder()) return ReadValues(*source_, at, type_, order_, BytesOf(type_), out);
   stored_.resize(out.size() / positions_.size() * width_);
-  ReadValues(*source_, sweepStarts_[static_cast<std::size_t>(sweep)] + first * scanBytes, type_,
-             order_, BytesOf(type_), stored_);
+  ReadValues(*source_, at, type_, order_, BytesOf(type_), stored_);
   Pick<double>(stored_, out);
 }
 

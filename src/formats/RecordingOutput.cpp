@@ -208,23 +208,18 @@ std::span<const double> ChannelValues(std::span<const double> values, std::int64
 }
 
 // Stores `values` as counts into every `stride`-th slot of `room`; false,
-// with all stored, when a value lies outside [low, high].
+// with all stored, when a value lies outside [low, high] (it is taken as low).
 bool StoreCounts(const ChannelStorage& storage, std::span<const double> values, double low,
                  double high, std::span<std::int16_t> room, std::size_t stride) {
-  if (storage.keepsCounts) {
-    bool inside = true;
-    for (std::size_t s = 0; s < values.size(); ++s) {
-      const double value = values[s];
-      const bool fits = value >= low && value <= high;
-      inside &= fits;
-      room[s * stride] = static_cast<std::int16_t>((fits ? value : low) + storage.shift);
-    }
-    return inside;
-  }
-  // Within 16 bits by the choice of the factor: the peak maps to 16384, and a
-  // value outside the extremes is replaced before it is scaled.
-  const StoredScaling scaling{storage.scale, storage.offset, kAdcResolution,
-                              static_cast<double>(storage.scaleFactor), kAdcRange, low, high};
+  // Counts kept are whole numbers shifted by a whole number: multiplying and
+  // dividing by 1 and rounding leave each exactly as it is. Scaled values fit
+  // 16 bits by the choice of the factor: the peak maps to 16384, and a value
+  // outside the extremes is replaced before it is scaled.
+  const StoredScaling scaling =
+      storage.keepsCounts
+          ? StoredScaling{1.0, storage.shift, 1.0, 1.0, 1.0, low, high}
+          : StoredScaling{storage.scale, storage.offset, kAdcResolution,
+                          static_cast<double>(storage.scaleFactor), kAdcRange, low, high};
   if (stride == 1) return StoreScaled(values, scaling, room.first(values.size()));
   thread_local std::vector<std::int16_t> column;
   column.resize(values.size());
