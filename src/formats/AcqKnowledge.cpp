@@ -194,12 +194,18 @@ class DividedScans : public ScanReader {
       auto at = static_cast<std::size_t>(BytesBefore(slot) - from);
       double* value = out.data() + s * static_cast<std::int64_t>(kept);
       for (const AcqChannel& c : file_.channels) {
-        if (slot % c.divider != 0 || slot / c.divider >= c.samples) continue;
+        if (slot % c.divider != 0) continue;
+        // A channel that ended before the others holds nothing here: zero.
+        const bool stored = slot / c.divider < c.samples;
         if (c.divider == divider_) {
-          DecodeValues(std::span(bytes_).subspan(at, static_cast<std::size_t>(c.size)), c.type,
-                       file_.order, static_cast<std::size_t>(c.size), std::span(value++, 1));
+          *value = 0.0;
+          if (stored) {
+            DecodeValues(std::span(bytes_).subspan(at, static_cast<std::size_t>(c.size)), c.type,
+                         file_.order, static_cast<std::size_t>(c.size), std::span(value, 1));
+          }
+          ++value;
         }
-        at += static_cast<std::size_t>(c.size);
+        if (stored) at += static_cast<std::size_t>(c.size);
       }
     }
   }

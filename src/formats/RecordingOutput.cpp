@@ -68,7 +68,8 @@ template <typename Visit>
 void ForEachStretch(const Recording& recording, ScanReader& reader, Stretch share, Visit visit) {
   std::vector<double> values;
   ForEachRead(recording, share, [&](std::int64_t sweep, std::int64_t first, std::int64_t scans) {
-    values.assign(static_cast<std::size_t>(scans) * recording.channels.size(), 0.0);
+    // Readers fill every value: what the last stretch left needs no clearing.
+    values.resize(static_cast<std::size_t>(scans) * recording.channels.size());
     reader.ReadScans(sweep, first, values);
     visit(std::span<const double>(values), scans);
   });

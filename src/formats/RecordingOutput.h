@@ -75,9 +75,9 @@ struct Recording {
 class ScanReader {
  public:
   virtual ~ScanReader() = default;
-  // Fills `out` with scans [first, first + out.size() / channels) of `sweep`,
-  // one value per channel of the recording (all of them, the ones left out
-  // included) in channel order. Throws ConvoraError where the source cannot
+  // Fills every value of `out` with scans [first, first + out.size() /
+  // channels) of `sweep`, one value per channel of the recording (all of
+  // them, the ones left out included) in channel order. Throws ConvoraError where the source cannot
   // give them.
   virtual void ReadScans(std::int64_t sweep, std::int64_t first, std::span<double> out) = 0;
 
