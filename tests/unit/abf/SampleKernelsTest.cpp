@@ -119,10 +119,20 @@ TYPED_TEST(SampleKernels, CountsEqualTheOneValueScalingAtEveryLengthAlignmentAnd
 
 TEST(SampleKernels, StoredCountsEqualTheOneValueFormulaAndTakeOutsidersAsTheLow) {
   ForEveryLaneSet([] {
-    const auto values = Awkward<double>(1031, 20000.0);
-    // Counts equal to the values, so that halves round to even; and a scaling
-    // with an offset that lands the extremes near full scale.
+    auto values = Awkward<double>(1031, 20000.0);
+    // Values whose tenths are halves between counts, and their neighbours: the
+    // product by a tenth can round to another count than the quotient does.
+    for (std::size_t k = 0; k < 40; ++k) {
+      const double half = 10.0 * (150.0 * static_cast<double>(k) - 3000.0) + 5.0;
+      values[100 + 3 * k] = half;
+      values[101 + 3 * k] = std::nextafter(half, 1e9);
+      values[102 + 3 * k] = std::nextafter(half, -1e9);
+    }
+    // Counts equal to the values, so that halves round to even; those values
+    // in tenths; and a scaling with an offset that lands the extremes near
+    // full scale.
     for (const StoredScaling scaling : {StoredScaling{1, 0, 1, 1, 1, -30000, 30000},
+                                        StoredScaling{1, 0, 1, 1, 10, -3e5, 3e5},
                                         StoredScaling{3e-3, -1.25, 32768, 0.37, 10, -2e3, 2e3}}) {
       for (const std::size_t start : {0, 1, 3}) {
         const auto some = std::span<const double>(values).subspan(start, 1000);
