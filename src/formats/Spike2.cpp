@@ -144,50 +144,74 @@ class WaveScans : public ScanReader {
   std::vector<double> values_;
   std::vector<std::int16_t> counts_;
 
-  // Each wave's stretch, a block at a time, into its column of `out`; where
-  // the wave paused, the stored value of zero.
+  // Each wave's stretch into a column of its own (`out` itself for a lone
+  // wave), then the columns woven into scans.
   template <typename Value>
-  void ReadColumns(std::int64_t first, std::span<Value> out, std::vector<Value>& column) {
+  void ReadColumns(std::int64_t first, std::span<Value> out, std::vector<Value>& columns) {
     const std::size_t width = waves_.size();
-    const auto scans = static_cast<std::int64_t>(out.size() / width);
+    const std::size_t scans = out.size() / width;
+    if (width == 1) return ReadWave(0, first, out);
+    columns.resize(out.size());
     for (std::size_t c = 0; c < width; ++c) {
-      const Wave& wave = waves_[c];
-      // Counts are read only where no offset is folded in, so their zero is 0.
-      const Value zero = std::is_same_v<Value, double> ? -wave.offset / wave.scale : 0;
-      std::int64_t sample = first + skip_[c];
-      std::int64_t done = 0;
-      // The first block that ends after `sample`.
-      auto block = std::upper_bound(
-          wave.blocks.begin(), wave.blocks.end(), sample,
-          [](std::int64_t s, const Block& b) { return s < b.firstSample + b.items; });
-      while (done < scans) {
-        const std::int64_t pauseEnd =
-            block == wave.blocks.end() ? sample + scans - done : block->firstSample;
-        const std::int64_t paused =
-            std::min(scans - done, std::max<std::int64_t>(0, pauseEnd - sample));
-        for (std::int64_t i = 0; i < paused; ++i) {
-          out[static_cast<std::size_t>(done + i) * width + c] = zero;
-        }
-        done += paused;
-        sample += paused;
-        if (done == scans) break;
-        const std::int64_t within = sample - block->firstSample;
-        const std::int64_t take = std::min(scans - done, block->items - within);
-        const std::int64_t at =
-            block->dataAt + within * static_cast<std::int64_t>(BytesOf(wave.type));
-        column.resize(static_cast<std::size_t>(take));
-        if constexpr (std::is_same_v<Value, double>) {
-          ReadValues(*source_, at, wave.type, ByteOrder::LittleEndian, BytesOf(wave.type), column);
-        } else {
-          source_->ReadSamples(at, column);
-        }
-        for (std::int64_t i = 0; i < take; ++i) {
-          out[static_cast<std::size_t>(done + i) * width + c] = column[static_cast<std::size_t>(i)];
-        }
-        done += take;
-        sample += take;
-        ++block;
+      ReadWave(c, first, std::span<Value>(columns).subspan(c * scans, scans));
+    }
+    Weave<Value>(columns, width, out);
+  }
+
+  // Wave c's values from scan `first` on, a block at a time; where the wave
+  // paused, its stored value of zero.
+  template <typename Value>
+  void ReadWave(std::size_t c, std::int64_t first, std::span<Value> column) {
+    const Wave& wave = waves_[c];
+    // Counts are read only where no offset is folded in, so their zero is 0.
+    const Value zero = std::is_same_v<Value, double> ? -wave.offset / wave.scale : 0;
+    const auto scans = static_cast<std::int64_t>(column.size());
+    std::int64_t sample = first + skip_[c];
+    std::int64_t done = 0;
+    // The first block that ends after `sample`.
+    auto block = std::upper_bound(
+        wave.blocks.begin(), wave.blocks.end(), sample,
+        [](std::int64_t s, const Block& b) { return s < b.firstSample + b.items; });
+    while (done < scans) {
+      const std::int64_t pauseEnd =
+          block == wave.blocks.end() ? sample + scans - done : block->firstSample;
+      const std::int64_t paused = std::min(scans - done, std::max<std::int64_t>(0, pauseEnd - sample));
+      std::fill_n(column.begin() + done, paused, zero);
+      done += paused;
+      sample += paused;
+      if (done == scans) break;
+      const std::int64_t within = sample - block->firstSample;
+      const std::int64_t take = std::min(scans - done, block->items - within);
+      const std::int64_t at = block->dataAt + within * static_cast<std::int64_t>(BytesOf(wave.type));
+      const std::span<Value> part =
+          column.subspan(static_cast<std::size_t>(done), static_cast<std::size_t>(take));
+      if constexpr (std::is_same_v<Value, double>) {
+        ReadValues(*source_, at, wave.type, ByteOrder::LittleEndian, BytesOf(wave.type), part);
+      } else {
+        source_->ReadSamples(at, part);
       }
+      done += take;
+      sample += take;
+      ++block;
+    }
+  }
+
+  // out[s x width + c] = columns[c x scans + s]; two waves, the usual case,
+  // in a loop the compiler lays out for vectors.
+  template <typename Value>
+  static void Weave(std::span<const Value> columns, std::size_t width, std::span<Value> out) {
+    const std::size_t scans = out.size() / width;
+    if (width == 2) {
+      const Value* const a = columns.data();
+      const Value* const b = a + scans;
+      for (std::size_t s = 0; s < scans; ++s) {
+        out[2 * s] = a[s];
+        out[2 * s + 1] = b[s];
+      }
+      return;
+    }
+    for (std::size_t s = 0; s < scans; ++s) {
+      for (std::size_t c = 0; c < width; ++c) out[s * width + c] = columns[c * scans + s];
     }
   }
 };
