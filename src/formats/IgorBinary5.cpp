@@ -140,12 +140,13 @@ class ColumnReader : public ScanReader {
       return ReadValues(*source_, firstAt, wave_.type, wave_.order, static_cast<std::size_t>(size),
                         out);
     }
-    column_.resize(scans);
+    column_.resize(out.size());
     for (std::size_t c = 0; c < columns; ++c) {
       const std::int64_t at = firstAt + static_cast<std::int64_t>(c) * wave_.rows * size;
-      ReadValues(*source_, at, wave_.type, wave_.order, static_cast<std::size_t>(size), column_);
-      for (std::size_t s = 0; s < scans; ++s) out[s * columns + c] = column_[s];
+      ReadValues(*source_, at, wave_.type, wave_.order, static_cast<std::size_t>(size),
+                 std::span<double>(column_).subspan(c * scans, scans));
     }
+    WeaveColumns(std::span<const double>(column_), columns, out);
   }
 
  private:

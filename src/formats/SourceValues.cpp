@@ -40,7 +40,33 @@ void Decode(std::span<const std::uint8_t> bytes, ByteOrder order, std::size_t st
   }
 }
 
+template <typename Value>
+void Weave(std::span<const Value> columns, std::size_t width, std::span<Value> out) {
+  const std::size_t scans = out.size() / width;
+  if (width == 2) {
+    const Value* const a = columns.data();
+    const Value* const b = a + scans;
+    for (std::size_t s = 0; s < scans; ++s) {
+      out[2 * s] = a[s];
+      out[2 * s + 1] = b[s];
+    }
+    return;
+  }
+  for (std::size_t s = 0; s < scans; ++s) {
+    for (std::size_t c = 0; c < width; ++c) out[s * width + c] = columns[c * scans + s];
+  }
+}
+
 }  // namespace
+
+void WeaveColumns(std::span<const double> columns, std::size_t width, std::span<double> out) {
+  Weave(columns, width, out);
+}
+
+void WeaveColumns(std::span<const std::int16_t> columns, std::size_t width,
+                  std::span<std::int16_t> out) {
+  Weave(columns, width, out);
+}
 
 const std::uint8_t* FieldReader::At(std::size_t offset, std::size_t width,
                                     std::string_view field) const {

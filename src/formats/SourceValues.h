@@ -67,6 +67,13 @@ void DecodeValues(std::span<const std::uint8_t> bytes, StoredType type, ByteOrde
 void ReadValues(SourceFile& source, std::int64_t offset, StoredType type, ByteOrder order,
                 std::size_t stride, std::span<double> out);
 
+// out[s x width + c] = columns[c x scans + s], where scans = out.size() /
+// width: the channels of a recording read a column at a time, woven into
+// scans. Two channels, the usual case, take a loop laid out for vectors.
+void WeaveColumns(std::span<const double> columns, std::size_t width, std::span<double> out);
+void WeaveColumns(std::span<const std::int16_t> columns, std::size_t width,
+                  std::span<std::int16_t> out);
+
 // Seconds per unit of a time axis ("s", "ms", "us" or with a micro sign; no
 // unit means seconds); nothing for a unit that is not a time.
 std::optional<double> SecondsPerTimeUnit(std::string_view unit);

@@ -155,7 +155,7 @@ class WaveScans : public ScanReader {
     for (std::size_t c = 0; c < width; ++c) {
       ReadWave(c, first, std::span<Value>(columns).subspan(c * scans, scans));
     }
-    Weave<Value>(columns, width, out);
+    WeaveColumns(std::span<const Value>(columns), width, out);
   }
 
   // Wave c's values from scan `first` on, a block at a time; where the wave
@@ -193,25 +193,6 @@ class WaveScans : public ScanReader {
       done += take;
       sample += take;
       ++block;
-    }
-  }
-
-  // out[s x width + c] = columns[c x scans + s]; two waves, the usual case,
-  // in a loop the compiler lays out for vectors.
-  template <typename Value>
-  static void Weave(std::span<const Value> columns, std::size_t width, std::span<Value> out) {
-    const std::size_t scans = out.size() / width;
-    if (width == 2) {
-      const Value* const a = columns.data();
-      const Value* const b = a + scans;
-      for (std::size_t s = 0; s < scans; ++s) {
-        out[2 * s] = a[s];
-        out[2 * s + 1] = b[s];
-      }
-      return;
-    }
-    for (std::size_t s = 0; s < scans; ++s) {
-      for (std::size_t c = 0; c < width; ++c) out[s * width + c] = columns[c * scans + s];
     }
   }
 };
