@@ -24,6 +24,15 @@ class ScratchFile {
   void WriteAt(std::int64_t offset, std::span<const std::uint8_t> bytes);
   // Throws when fewer than out.size() bytes were written there.
   void ReadAt(std::int64_t offset, std::span<std::uint8_t> out);
+  // The same for doubles kept one after another, `first` counted in doubles.
+  void WriteDoubles(std::int64_t first, std::span<const double> values) {
+    WriteAt(first * std::int64_t{sizeof(double)},
+            {reinterpret_cast<const std::uint8_t*>(values.data()), values.size_bytes()});
+  }
+  void ReadDoubles(std::int64_t first, std::span<double> out) {
+    ReadAt(first * std::int64_t{sizeof(double)},
+           {reinterpret_cast<std::uint8_t*>(out.data()), out.size_bytes()});
+  }
 
  private:
   // Takes the file's blocks ahead of the writes that need them.

@@ -36,10 +36,6 @@ constexpr std::int64_t kSmallestShareBytes = 1 << 20;
 // that their calls cost little, small enough to stay in the cache.
 constexpr std::size_t kValuesPerReadBack = 1 << 15;
 
-std::span<const std::uint8_t> BytesOf(std::span<const double> values) {
-  return {reinterpret_cast<const std::uint8_t*>(values.data()), values.size_bytes()};
-}
-
 // What the pass over one share learns, and where its values wait.
 struct ShareSummary {
   std::optional<ScratchFile> kept;
@@ -66,7 +62,7 @@ ShareSummary ReadShare(const SourceFile& text, Stretch share, const std::filesys
       summary.firstTooLarge = before + (tooLarge - numbers.begin()) + 1;
     }
     JoinExtremes(summary.extremes, picoamperes);
-    kept.WriteAt(before * std::int64_t{sizeof(double)}, BytesOf(numbers));
+    kept.WriteDoubles(before, numbers);
     before += static_cast<std::int64_t>(numbers.size());
   });
   summary.pieces = before;
@@ -101,8 +97,7 @@ void WriteShare(ScratchFile& kept, std::int64_t pieces, const CountScaler& toCou
     const auto count = static_cast<std::size_t>(
         std::min<std::int64_t>(pieces - done, static_cast<std::int64_t>(values.size())));
     const std::span<double> chunk(values.data(), count);
-    kept.ReadAt(done * std::int64_t{sizeof(double)},
-                {reinterpret_cast<std::uint8_t*>(chunk.data()), chunk.size_bytes()});
+    kept.ReadDoubles(done, chunk);
     misfits += toCount.ToCounts(std::span<const double>(chunk), kAmperesAsPicoamperes.factor,
                                 batch.Next(count));
     done += static_cast<std::int64_t>(count);

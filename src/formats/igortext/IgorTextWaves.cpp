@@ -65,16 +65,12 @@ class KeptNumbers {
     if (batch_.size() == kBatch) Flush();
   }
   void Flush() {
-    file_.WriteAt(written_ * std::int64_t{sizeof(double)},
-                  {reinterpret_cast<const std::uint8_t*>(batch_.data()), batch_.size() * sizeof(double)});
+    file_.WriteDoubles(written_, batch_);
     written_ += static_cast<std::int64_t>(batch_.size());
     batch_.clear();
   }
   // Numbers [first, first + out.size()), once flushed.
-  void Read(std::int64_t first, std::span<double> out) {
-    file_.ReadAt(first * std::int64_t{sizeof(double)},
-                 {reinterpret_cast<std::uint8_t*>(out.data()), out.size_bytes()});
-  }
+  void Read(std::int64_t first, std::span<double> out) { file_.ReadDoubles(first, out); }
 
  private:
   // 256 KiB: few writes, and a batch that stays in the cache.
