@@ -48,18 +48,18 @@ struct IgorBinary5Test : testing::Test {
 TEST_F(IgorBinary5Test, TheColumnsOfABigEndianIntegerWaveAreChannelsKeptAsCounts) {
   Wave w{.bigEndian = true,
          .rows = 3,
-         .columns = 2,
+         .columns = 3,
          .step = 0.1,
          .xUnit = "ms",
          .extendedUnit = "uV",
-         .values = {1, 2, 3, -4, -5, -6}};
+         .values = {1, 2, 3, -4, -5, -6, 7, 8, 9}};
   const auto file = Convert(w);
   const AbfHeader h = test::HeaderOf(file);
-  EXPECT_EQ(h.Get(abf::nADCNumChannels), 2);
-  EXPECT_EQ(h.Get(abf::fADCSampleInterval), 50.0f);
+  EXPECT_EQ(h.Get(abf::nADCNumChannels), 3);
+  EXPECT_EQ(h.Get(abf::fADCSampleInterval), static_cast<float>(100.0 / 3));
   EXPECT_EQ(h.Get(abf::sADCUnits, 1), "uV      ");
   EXPECT_EQ(h.Get(abf::sADCChannelName, 1), "trace_1   ");
-  EXPECT_EQ(test::SamplesOf(file, 6), (std::vector<std::int16_t>{1, -4, 2, -5, 3, -6}));
+  EXPECT_EQ(test::SamplesOf(file, 9), (std::vector<std::int16_t>{1, -4, 7, 2, -5, 8, 3, -6, 9}));
 }
 
 TEST_F(IgorBinary5Test, DoublesInVoltsAreScaledToTheirPeakInMillivolts) {
