@@ -37,12 +37,10 @@ TEST(AbfHeader, FieldsSitAtTheirOffsetsLittleEndianAndWithinTheirWidth) {
 
 TEST(AbfHeader, SignatureTestWantsExactlyAbfAndABlank) {
   AbfHeader h;
-  h.Set(abf::lFileSignature, "ABF ");
-  EXPECT_TRUE(IsAbfFile(h));
-  h.Set(abf::lFileSignature, "ABF2");
-  EXPECT_FALSE(IsAbfFile(h));
-  h.Set(abf::lFileSignature, "abf ");
-  EXPECT_FALSE(IsAbfFile(h));
+  for (const char* signature : {"ABF ", "ABF2", "abf "}) {
+    h.Set(abf::lFileSignature, signature);
+    EXPECT_EQ(IsAbfFile(h), signature == std::string_view("ABF ")) << signature;
+  }
 }
 
 // Untouched bytes travel from the file unchanged; a short file is zero-filled.

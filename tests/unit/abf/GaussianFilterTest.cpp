@@ -29,19 +29,6 @@ TEST(GaussianFilter, NarrowKernelHasExactlyThreeTapsTruncatedAtTheEnds) {
   EXPECT_EQ(flat[20], 1000);
 }
 
-TEST(GaussianFilter, WideKernelStopsAtFiftyThreeSamplesEachSide) {
-  // fc 0.0001: sigma = 1325, so 4 sigma is capped at 53; the 107 weights are
-  // all close to 1/107 and an impulse of 10700 gives about 100 across them.
-  std::vector<std::int16_t> impulse(301, 0);
-  impulse[150] = 10700;
-  const auto out = Filter(impulse, 0.0001f);
-  EXPECT_EQ(out[150], 100);
-  EXPECT_EQ(out[150 - 53], 100);
-  EXPECT_EQ(out[150 + 53], 100);
-  EXPECT_EQ(out[150 - 54], 0);
-  EXPECT_EQ(out[150 + 54], 0);
-}
-
 TEST(GaussianFilter, ZeroCutOffStopsWithoutTouchingTheOutput) {
   const std::vector<std::int16_t> input(5, 100);
   std::vector<std::int16_t> output(5, 7);
@@ -49,7 +36,9 @@ TEST(GaussianFilter, ZeroCutOffStopsWithoutTouchingTheOutput) {
   EXPECT_EQ(output, std::vector<std::int16_t>(5, 7));
 }
 
-// The filter as first written: kernel, then one plain loop per output.
+// The filter as first written: kernel, then one plain loop per output. Its
+// wide kernel stops at 53 taps each side, so the longer inputs below also
+// check that cap.
 std::vector<std::int16_t> PlainFilter(const std::vector<std::int16_t>& input, float fc) {
   const double sigma = 0.132505 / fc;
   float a[55] = {};

@@ -199,46 +199,44 @@ TYPED_TEST(SampleKernels, ExtremesOfRunsJoinedEqualOneScan) {
   }
 }
 
-TYPED_TEST(SampleKernels, ANegativeNaNIsFoundAtAnyPlaceAndNothingElseCounts) {
-  using Value = TypeParam;
-  constexpr Value kQuiet = std::numeric_limits<Value>::quiet_NaN();
-  // Everything but a negative NaN: the sign bit alone, the largest bits below
-  // a NaN's, and NaNs without a sign.
-  const std::vector<Value> others = {Value(-0.0), -std::numeric_limits<Value>::infinity(),
-                                     -std::numeric_limits<Value>::max(), kQuiet,
-                                     std::numeric_limits<Value>::signaling_NaN(), Value(1.5)};
+// `spots` must find nothing in `others` repeated to any length, and find any
+// one of `marks` put at any place among them.
+template <typename Value, typename Spots>
+void ExpectSpottedAtEveryPlace(Spots spots, const std::vector<Value>& others,
+                               std::initializer_list<Value> marks) {
   ForEveryLaneSet([&] {
     for (const std::size_t n : {1u, 7u, 8u, 33u, 70u}) {
       std::vector<Value> values(n);
       for (std::size_t i = 0; i < n; ++i) values[i] = others[i % others.size()];
-      EXPECT_FALSE(AnyNegativeNaN(std::span<const Value>(values))) << n;
+      EXPECT_FALSE(spots(std::span<const Value>(values))) << n;
       for (std::size_t at = 0; at < n; ++at) {
-        std::vector<Value> marked = values;
-        marked[at] = -kQuiet;
-        EXPECT_TRUE(AnyNegativeNaN(std::span<const Value>(marked))) << at << " of " << n;
+        for (const Value mark : marks) {
+          std::vector<Value> marked = values;
+          marked[at] = mark;
+          EXPECT_TRUE(spots(std::span<const Value>(marked))) << mark << " at " << at << " of " << n;
+        }
       }
     }
   });
 }
 
+TYPED_TEST(SampleKernels, ANegativeNaNIsFoundAtAnyPlaceAndNothingElseCounts) {
+  using Value = TypeParam;
+  using Limits = std::numeric_limits<Value>;
+  // Everything but a negative NaN: the sign bit alone, the largest bits below
+  // a NaN's, and NaNs without a sign.
+  ExpectSpottedAtEveryPlace<Value>(
+      [](std::span<const Value> values) { return AnyNegativeNaN(values); },
+      {Value(-0.0), -Limits::infinity(), -Limits::max(), Limits::quiet_NaN(),
+       Limits::signaling_NaN(), Value(1.5)},
+      {-Limits::quiet_NaN()});
+}
+
 TEST(SampleKernels, EveryNaNAndInfinityIsFoundAtAnyPlaceAndNoFiniteValue) {
-  const std::vector<double> finite = {-0.0, std::numeric_limits<double>::max(),
-                                      -std::numeric_limits<double>::max(),
-                                      std::numeric_limits<double>::denorm_min(), 1.5};
-  ForEveryLaneSet([&] {
-    for (const std::size_t n : {1u, 7u, 8u, 33u}) {
-      std::vector<double> values(n);
-      for (std::size_t i = 0; i < n; ++i) values[i] = finite[i % finite.size()];
-      EXPECT_TRUE(AllFinite(values)) << n;
-      for (std::size_t at = 0; at < n; ++at) {
-        for (const double special : {kNaN, -kNaN, kInf, -kInf}) {
-          std::vector<double> marked = values;
-          marked[at] = special;
-          EXPECT_FALSE(AllFinite(marked)) << special << " at " << at << " of " << n;
-        }
-      }
-    }
-  });
+  using Limits = std::numeric_limits<double>;
+  ExpectSpottedAtEveryPlace<double>(
+      [](std::span<const double> values) { return !AllFinite(values); },
+      {-0.0, Limits::max(), -Limits::max(), Limits::denorm_min(), 1.5}, {kNaN, -kNaN, kInf, -kInf});
 }
 
 TEST(SampleKernels, MultiplyingRoundsToTheTypeAndStopsAtTheFirstFiniteProductThatOverflows) {
@@ -264,13 +262,8 @@ TEST(SampleKernels, MultiplyingRoundsToTheTypeAndStopsAtTheFirstFiniteProductTha
     std::vector<float> multiplied = values;
     ASSERT_EQ(MultiplyWithinRange(multiplied, 1e12), multiplied.size());
     for (std::size_t i = 0; i < values.size(); ++i) {
-      const auto expected = NarrowToSingle(static_cast<double>(values[i]) * 1e12);
-      ASSERT_TRUE(expected.has_value());
-      if (std::isnan(*expected)) {
-        EXPECT_TRUE(std::isnan(multiplied[i]));
-      } else {
-        EXPECT_EQ(multiplied[i], *expected) << i;
-      }
+      const double expected = NarrowToSingle(static_cast<double>(values[i]) * 1e12).value();
+      EXPECT_PRED2(Same, multiplied[i], expected) << i;
     }
   });
 }

@@ -18,15 +18,12 @@ namespace {
 
 // A file of `lead` bytes of 0x55, then the floats 0, 1, 2 ... stored in `order`.
 test::Bytes FloatsAfter(std::size_t lead, std::size_t count, ByteOrder order) {
-  test::Bytes bytes(lead, 0x55);
+  test::ByteBuilder bytes;
+  bytes.Raw(test::Bytes(lead, 0x55));
   for (std::size_t i = 0; i < count; ++i) {
-    float value = static_cast<float>(i);
-    if (order == ByteOrder::BigEndian) value = SwapSingle(value);
-    std::uint8_t raw[4];
-    std::memcpy(raw, &value, 4);
-    bytes.insert(bytes.end(), raw, raw + 4);
+    bytes.Float(static_cast<float>(i), order == ByteOrder::BigEndian);
   }
-  return bytes;
+  return bytes.Get();
 }
 
 std::vector<float> Chunks(const std::filesystem::path& path, std::int64_t offset,
