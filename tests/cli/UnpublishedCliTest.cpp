@@ -82,20 +82,5 @@ TEST(UnpublishedCli, EveryRowConvertsRefusesOrSaysWhatToDoInstead) {
   EXPECT_NE(run.err.find("convora binary"), std::string::npos);
 }
 
-TEST(UnpublishedCli, LaterAcqKnowledgeSampleIsRefusedForItsCompressionAndR35Converts) {
-  const auto samples = SamplesFolder();
-  if (samples.empty()) GTEST_SKIP() << "the samples folder is absent";
-  TempDir dir;
-  for (const char* name : {"bioread_nojournal-5.0.1-c.acq", "bioread_r35_test.acq"}) {
-    std::filesystem::copy_file(samples / "acq" / name, dir / name);
-  }
-  const Outcome run = Convora(dir, "convert bioread_nojournal-5.0.1-c.acq bioread_r35_test.acq");
-  EXPECT_EQ(run.status, 1);
-  EXPECT_EQ(run.out, (dir / "bioread_r35_test.ABF").string() + "\n");
-  EXPECT_TRUE(HasLine(run.err, "error: " + (dir / "bioread_nojournal-5.0.1-c.acq").string() +
-                                   ": AcqKnowledge revision 132 keeps its samples compressed"))
-      << run.err;
-}
-
 }  // namespace
 }  // namespace convora::test

@@ -58,6 +58,7 @@ class RealRecordings(ConvoraTestCase):
             ("ibw", "igor2_win-textWave.ibw", "text wave"),
             ("ibw", "igor2_win-zeroPointWave.ibw", "no points"),
             ("strathclyde", "myokit_wcp-file-empty.wcp", "no records"),
+            ("acq", "bioread_nojournal-5.0.1-c.acq", "revision 132 keeps its samples compressed"),
         ]
         for folder, name, why in cases:
             with self.subTest(name):
