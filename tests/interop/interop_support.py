@@ -128,9 +128,10 @@ class ConvoraTestCase(unittest.TestCase):
         self.assertEqual(written, [os.path.splitext(source)[0] + suffix])
         return read_abf(written[0])
 
-    def assertStored(self, recording, units, rate_hz, sweeps, counts=None):
-        """Units, rate, and every value of each sweep (a list of channel columns) stored one
-        count low, to within half a count; a channel's count is set by its peak unless given."""
+    def assertStored(self, recording, units, rate_hz, sweeps, counts=None, low=1, within=0.5005):
+        """Units, rate, and every value of each sweep (a list of channel columns) stored `low`
+        counts low, give or take `within` counts; a channel's count is set by its peak unless
+        given (the peak at half of full scale)."""
         self.assertEqual(recording.units, units)
         self.assertAlmostEqual(recording.rate_hz, rate_hz, places=3)
         sweeps = [numpy.column_stack(sweep).astype(float) for sweep in sweeps]
@@ -138,7 +139,7 @@ class ConvoraTestCase(unittest.TestCase):
             counts = [one_count(peak) for peak in numpy.abs(numpy.vstack(sweeps)).max(axis=0)]
         self.assertEqual([s.shape for s in recording.sweeps], [s.shape for s in sweeps])
         for got, want in zip(recording.sweeps, sweeps):
-            self.assertClose((got - want) / counts, -1, 0.5005)
+            self.assertClose((got - want) / counts, -low, within)
 
     def assertClose(self, actual, expected, atol, rtol=0):
         numpy.testing.assert_allclose(actual, expected, rtol=rtol, atol=atol)

@@ -53,15 +53,6 @@ class ConverterReadBack(ConvoraTestCase):
                               song.getnframes()), (2, 2, 8000, 3))
             self.assertEqual(song.readframes(3), data)
 
-    def test_axograph_columns_come_back_in_millivolts_and_picoamperes(self):
-        volts, amperes = [-0.004, 0.008, 0.002, 0.0], [1e-11, -2e-11, 2e-11, 5e-12]
-        data = make_seeds.axograph((("Vm (V)", volts), ("Im (A)", amperes)))
-        # The time step is the per-channel interval. Ranges are the smaller extremes:
-        # 4 mV (8 mV then lands at full scale) and 20 pA.
-        columns = [[float32(v) * 1000 for v in volts], [float32(a) * 1e12 for a in amperes]]
-        self.assertStored(self.convert_one("convert", self.write("cell.axg", data)), ["mV", "pA"],
-                          10000.0, [columns], [one_count(4), one_count(20)])
-
     def test_cdr_counts_come_back_times_the_calibration(self):
         counts = [(i * 37) % 4001 - 2000 for i in range(3 * 512)]
         # Ten spare bytes keep the length off every multiple another format is recognised by.
@@ -71,51 +62,54 @@ class ConverterReadBack(ConvoraTestCase):
         # The scale factor 5 / (2048 x 0.25) makes a count worth exactly 0.25 mV.
         self.assertClose(recording.sweeps, [[[c * 0.25] for c in counts]], 1e-6)
 
-    def test_igor_binary_macintosh_doubles_in_amperes_come_back_as_picoamperes(self):
-        amperes = [-1e-11, 2e-11, 5e-12, 1.5e-11]
-        source = self.write("wave.ibw", make_seeds.igor_binary(True, amperes, "d", b"A", 5e-5))
-        # |max| 20 > |min| 10: the reference is 1000 pA whatever the data.
-        self.assertStored(self.convert_one("convert", source), ["pA"], 20000.0,
-                          [[[a * 1e12 for a in amperes]]], [one_count(1000)])
-
-    def test_igor_text_amperes_come_back_as_picoamperes_within_one_count(self):
-        amperes = [-5e-12, 8e-12, 1e-12, 0.0, -1.234e-12]
-        source = self.write("wave.itx", make_seeds.igor_text(
-            amperes, 'X SetScale/P x 0,0.0001,"s", wave0; SetScale d 0,0,"A", wave0'))
-        # Extremes -5 and 8 pA: the range is the smaller, 5 pA, so 8 pA passes half scale;
-        # the file's range is 10.0 against the 10.24 of the scale factor.
-        self.assertStored(self.convert_one("convert", source, "--interval", "20"), ["pA"], 50000.0,
-                          [[[a * 1e12 for a in amperes]]], [one_count(5, adc_range=10.0)])
-
-    def test_ascii_tables_come_back_sweep_by_sweep_in_their_units(self):
+    def test_recordings_and_tables_come_back_sweep_by_sweep_in_their_units(self):
+        volts, amperes = [-0.004, 0.008, 0.002, 0.0], [1e-11, -2e-11, 2e-11, 5e-12]
+        doubles, text = [-1e-11, 2e-11, 5e-12, 1.5e-11], [-5e-12, 8e-12, 1e-12, 0.0, -1.234e-12]
         a, b = [0.5, -1.25, 2.0, 0.0], [10.0, 20.0, -30.0, 5.5]
         ratio, intensity = [1.2, 0.8, 1.6], [1500.0, 1800.0, 900.0]
-        current, volts = [[1.0, 2.0, 3.0], [-4.0, 0.5, 0.25]], [[0.01, 0.02, -0.01],
-                                                                 [0.0, 0.005, 0.015]]
+        current, held = [[1.0, 2.0, 3.0], [-4.0, 0.5, 0.25]], [[0.01, 0.02, -0.01],
+                                                               [0.0, 0.005, 0.015]]
         step, step_sweeps = real_atf()
         csv = "Time,A,B\n" + "".join(f"{i * 0.002},{x},{y}\n" for i, (x, y) in enumerate(zip(a, b)))
         # Two sweeps of (pA, V) 0.1 ms apart, with CR LF line ends.
         atf = ["ATF\t1.0", "0\t5",
                '"Time (s)"\t"Trace #1 (pA)"\t"Trace #1 (V)"\t"Trace #2 (pA)"\t"Trace #2 (V)"']
-        atf += [f"{i * 1e-4}\t{current[0][i]}\t{volts[0][i]}\t{current[1][i]}\t{volts[1][i]}"
+        atf += [f"{i * 1e-4}\t{current[0][i]}\t{held[0][i]}\t{current[1][i]}\t{held[1][i]}"
                 for i in range(3)]
         pti = "PTI\nTime\tRatio\tTime\tD1\n" + "".join(
             f"{t}\t{r}\t{t}\t{i}\n" for t, r, i in zip([0, 0.25, 0.5], ratio, intensity))
-        cases = [  # command and options, source, units, rate, sweeps of the expected columns
+        cases = [  # command and options, source, units, rate, sweeps of the expected columns,
+            # and one count of each channel where its peak does not set it
+            # Axograph: the time step is the per-channel interval. Ranges are the smaller
+            # extremes: 4 mV (8 mV then lands at full scale) and 20 pA.
+            (["convert"], "cell.axg", make_seeds.axograph((("Vm (V)", volts), ("Im (A)", amperes))),
+             ["mV", "pA"], 1e4, [[[float32(v) * 1000 for v in volts],
+                                  [float32(x) * 1e12 for x in amperes]]],
+             [one_count(4), one_count(20)]),
+            # Igor binary, Macintosh doubles: |max| 20 > |min| 10, so the reference is 1000 pA
+            # whatever the data.
+            (["convert"], "wave.ibw", make_seeds.igor_binary(True, doubles, "d", b"A", 5e-5),
+             ["pA"], 2e4, [[[v * 1e12 for v in doubles]]], [one_count(1000)]),
+            # Igor text: extremes -5 and 8 pA, so the range is the smaller, 5 pA, and 8 pA
+            # passes half scale; the file's range is 10.0 against the 10.24 of the scale factor.
+            (["convert", "--interval", "20"], "wave.itx", make_seeds.igor_text(
+                text, 'X SetScale/P x 0,0.0001,"s", wave0; SetScale d 0,0,"A", wave0'), ["pA"],
+             5e4, [[[v * 1e12 for v in text]]], [one_count(5, adc_range=10.0)]),
             (["ascii", "--columns", "2,3", "--header-lines", "1", "--time-column", "1", "--unit",
               "mV", "--factor", "2"], "table.csv", csv.encode(), ["mV", "mV"], 500.0,
-             [[[2 * v for v in a], [2 * v for v in b]]]),
+             [[[2 * v for v in a], [2 * v for v in b]]], None),
             (["atf"], "sweeps.atf", "\r\n".join(atf + [""]).encode(), ["pA", "mV"], 1e4,
-             [[i, [1000 * v for v in u]] for i, u in zip(current, volts)]),
-            (["pti"], "cell.txt", pti.encode(), ["dimensionless"] * 2, 4.0, [[ratio, intensity]]),
-            (["atf"], "step.atf", step, ["pA", "pA"], 2e4, step_sweeps),
+             [[i, [1000 * v for v in u]] for i, u in zip(current, held)], None),
+            (["pti"], "cell.txt", pti.encode(), ["dimensionless"] * 2, 4.0, [[ratio, intensity]],
+             None),
+            (["atf"], "step.atf", step, ["pA", "pA"], 2e4, step_sweeps, None),
         ]
-        for (command, *options), name, data, units, rate_hz, sweeps in cases:
+        for (command, *options), name, data, units, rate_hz, sweeps, counts in cases:
             with self.subTest(name):
                 if data is None:
                     self.skipTest("the samples folder is absent")
                 recording = self.convert_one(command, self.write(name, data), *options)
-                self.assertStored(recording, units, rate_hz, sweeps)
+                self.assertStored(recording, units, rate_hz, sweeps, counts)
 
 
 if __name__ == "__main__":

@@ -1,5 +1,6 @@
 """Real recordings of other programs, converted and read back by all three readers, against
-an independent reading of the source (neo's own readers, stfio, or the documented layout)."""
+an independent reading of the source (neo's own readers, stfio, or the documented layout);
+a PatchMaster bundle, one ABF file per series, against stfio's reading of the bundle."""
 
 import os
 import unittest
@@ -51,6 +52,19 @@ class RealRecordings(ConvoraTestCase):
                 self.assertEqual([s.shape for s in recording.sweeps], [s.shape for s in expected])
                 for got, want in zip(recording.sweeps, expected):
                     self.assertClose(got, want, atol, rtol)
+
+    def test_a_patchmaster_bundle_gives_one_file_per_series_that_together_hold_it_all(self):
+        name = "loadheka_1_PatchMaster_v2x73.dat"
+        expected = read_stfio(os.path.join(SAMPLES, "heka", name), "heka")
+        source = self.copy_sample("heka", name)
+        written = self.convert("convert", source)
+        stem = os.path.splitext(source)[0]
+        self.assertEqual(written, [stem + ".ABF"] + [f"{stem}_{k}.ABF" for k in range(2, 5)])
+        sweeps = [sweep for path in written for sweep in read_abf(path).sweeps]
+        self.assertEqual([s.shape for s in sweeps], [s.shape for s in expected])
+        # One count of each trace, as its records give it: 6.25e-14 A and 3.125e-5 V.
+        for got, want in zip(sweeps, expected):
+            self.assertClose((got - want) / numpy.array([0.0625, 0.03125]), 0, 1)
 
     def test_recordings_with_nothing_to_convert_are_refused_by_name(self):
         cases = [  # folder, name, what the error must say
