@@ -55,33 +55,26 @@ const std::string kOneChannel =
     "NBA=1\r\nNBD=1\r\nAD=10\r\nNP=3\r\nDT=0,001\r\nYN0=Im\r\nYU0=pA\r\n"
     "YG0=0,0005\r\nYZ0=0\r\n";
 
-TEST(WinWcp, RecordsBecomeSweepsScaledByTheirRange) {
-  test::BenchFixture f;
-  auto b = Header(kOneChannel + "NR=2\r\n", 1024);
-  // No interval in the records: the header's DT holds.
-  Record(b, "ACCEPTED", 0.0f, {10.0f}, {1, 2, 3});
-  Record(b, "ACCEPTED", 0.0f, {10.0f}, {-1, -2, -3});
-  const auto file = test::Converted(f, ConvertWinWCP, "cell.wcp", b.Get());
-  const AbfHeader h = test::HeaderOf(file);
-  EXPECT_EQ(h.Get(abf::lActualEpisodes), 2);
-  EXPECT_EQ(h.Get(abf::lFileStartDate), 20141121);
-  EXPECT_EQ(h.Get(abf::fADCSampleInterval), 1000.0f);
-  // 10 V / (32767 x 0.0005 V/pA) per count.
-  EXPECT_FLOAT_EQ(h.Get(abf::fInstrumentScaleFactor, 0), 10.0f / 32768 / (10.0f / 32767 / 5e-4f));
-  EXPECT_EQ(test::SamplesOf(file, 6), (std::vector<std::int16_t>{1, 2, 3, -1, -2, -3}));
-}
-
-TEST(WinWcp, RejectedRecordsAreNamedAndLeftOutOnRequest) {
+// Records 2 and 3 are REJECTED: converted and named, or left out on request.
+// No interval in the records: the header's DT holds.
+TEST(WinWcp, RecordsBecomeSweepsScaledByTheirRangeAndRejectedOnesAreNamed) {
   for (const bool skip : {false, true}) {
     test::BenchFixture f;
     f.bench.SkipRejected = skip;
     auto b = Header(kOneChannel + "NR=3\r\n", 1024);
-    Record(b, "ACCEPTED", 0.001f, {10.0f}, {1, 2, 3});
-    Record(b, "REJECTED", 0.001f, {10.0f}, {4, 5, 6});
-    Record(b, "REJECTED", 0.001f, {10.0f}, {7, 8, 9});
+    Record(b, "ACCEPTED", 0.0f, {10.0f}, {1, 2, 3});
+    Record(b, "REJECTED", 0.0f, {10.0f}, {-1, -2, -3});
+    Record(b, "REJECTED", 0.0f, {10.0f}, {7, 8, 9});
     const auto file = test::Converted(f, ConvertWinWCP, "cell.wcp", b.Get());
-    EXPECT_EQ(test::HeaderOf(file).Get(abf::lActualEpisodes), skip ? 1 : 3);
-    EXPECT_EQ(test::SamplesOf(file, 3), (std::vector<std::int16_t>{1, 2, 3}));
+    const AbfHeader h = test::HeaderOf(file);
+    EXPECT_EQ(h.Get(abf::lActualEpisodes), skip ? 1 : 3);
+    EXPECT_EQ(h.Get(abf::lFileStartDate), 20141121);
+    EXPECT_EQ(h.Get(abf::fADCSampleInterval), 1000.0f);
+    // 10 V / (32767 x 0.0005 V/pA) per count.
+    EXPECT_FLOAT_EQ(h.Get(abf::fInstrumentScaleFactor, 0), 10.0f / 32768 / (10.0f / 32767 / 5e-4f));
+    std::vector<std::int16_t> samples = {1, 2, 3, -1, -2, -3, 7, 8, 9};
+    samples.resize(skip ? 3 : 9);
+    EXPECT_EQ(test::SamplesOf(file, samples.size()), samples);
     EXPECT_EQ(f.prompter.Transcript().back(),
               test::Notice(f.bench.SelectedFilePath,
                            std::string("records 2, 3 are marked REJECTED") +
