@@ -48,7 +48,10 @@ test::Bytes Make(const Son& s) {
   return b.Get();
 }
 
-TEST(Spike2, WaveformCountsAreKeptAndEventChannelsNamed) {
+// Channel 2 holds events, then a float waveform at channel 1's rate, then one
+// at another rate. Counts are kept and floats scaled, their largest magnitude
+// at half of full scale; a channel that cannot share the scans is named.
+TEST(Spike2, WaveformsOfOneRateShareTheScansAndOtherChannelsAreNamed) {
   test::BenchFixture f;
   const auto file = test::Converted(f, ConvertSpike2, "rec.smr", Make({}));
   const AbfHeader h = test::HeaderOf(file);
@@ -59,15 +62,9 @@ TEST(Spike2, WaveformCountsAreKeptAndEventChannelsNamed) {
   EXPECT_EQ(test::SamplesOf(file, 5), (std::vector<std::int16_t>{1, -2, 3, -4, 5}));
   EXPECT_EQ(f.prompter.Transcript().back(),
             test::Notice(f.bench.SelectedFilePath, "not converted: channel 2 (Stim)"));
-}
-
-// Counts are kept and floats scaled, their largest magnitude at half of full
-// scale; a float channel at another rate is left out and named.
-TEST(Spike2, FloatAndCountChannelsOfOneRateShareTheScans) {
-  test::BenchFixture f;
-  const auto file = test::Converted(f, ConvertSpike2, "rec.smr", Make({.floatTicks = 10}));
-  EXPECT_EQ(test::HeaderOf(file).Get(abf::sADCUnits, 1), "pA      ");
-  EXPECT_EQ(test::SamplesOf(file, 10),
+  const auto floats = test::Converted(f, ConvertSpike2, "rec.smr", Make({.floatTicks = 10}));
+  EXPECT_EQ(test::HeaderOf(floats).Get(abf::sADCUnits, 1), "pA      ");
+  EXPECT_EQ(test::SamplesOf(floats, 10),
             (std::vector<std::int16_t>{1, 4096, -2, 8192, 3, -8192, -4, 16384, 5, 2048}));
   const auto slower = test::Converted(f, ConvertSpike2, "rec.smr", Make({.floatTicks = 20}));
   EXPECT_EQ(test::HeaderOf(slower).Get(abf::nADCNumChannels), 1);
