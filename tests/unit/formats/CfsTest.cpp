@@ -63,7 +63,7 @@ test::Bytes Make(const std::vector<Channel>& channels, const std::vector<Section
   return bytes;
 }
 
-// Two int16 channels interleaved point by point, `n` points of each.
+// int16 values, as a section stores them.
 std::vector<std::uint8_t> Interleaved(std::initializer_list<std::int16_t> values) {
   test::ByteBuilder b;
   for (std::int16_t v : values) b.Int16LE(v);
@@ -85,7 +85,6 @@ TEST_F(CfsTest, SectionsBecomeSweepsAndInterleavedCountsAreKept) {
                                     {{2, 2}, {0.5f, 0.25f}, Interleaved({-1, -2, -3, -4})}},
                                    "CEDFILE\"", table));
     const AbfHeader h = test::HeaderOf(file);
-    EXPECT_EQ(h.Get(abf::nOperationMode), 5);
     EXPECT_EQ(h.Get(abf::lActualEpisodes), 2);
     EXPECT_EQ(h.Get(abf::fADCSampleInterval), 5000.0f);
     EXPECT_EQ(h.Get(abf::sADCChannelName, 1), "BP        ");
