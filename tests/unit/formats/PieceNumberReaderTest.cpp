@@ -13,36 +13,6 @@
 namespace convora::test {
 namespace {
 
-// Texts laid end to end with the reader's look-ahead after the last, and the
-// offset of each.
-struct Pieces {
-  std::string text;
-  std::vector<std::uint32_t> starts;
-
-  void Add(const std::string& piece) {
-    starts.push_back(static_cast<std::uint32_t>(text.size()));
-    text += piece;
-  }
-};
-
-// Reads every piece in one call, each up to 64 characters long, and compares
-// each with LeadingNumber, bit for bit (so that -0 and 0 differ).
-void ExpectReadAsLeadingNumber(Pieces pieces) {
-  constexpr std::size_t kLongest = 64;
-  const std::size_t length = pieces.text.size();
-  pieces.text.append(PieceNumberReader::kReadAhead, '\0');
-  const std::string_view text(pieces.text.data(), length);
-  std::vector<double> numbers(pieces.starts.size());
-  PieceNumberReader reader;
-  reader.Read(text, pieces.starts, kLongest, numbers);
-  for (std::size_t i = 0; i < numbers.size(); ++i) {
-    const std::string_view piece = text.substr(pieces.starts[i], kLongest);
-    const double expected = LeadingNumber(piece);
-    ASSERT_EQ(std::bit_cast<std::uint64_t>(numbers[i]), std::bit_cast<std::uint64_t>(expected))
-        << "piece " << i << ": \"" << piece << "\" read as " << numbers[i] << ", not " << expected;
-  }
-}
-
 std::string Digits(std::mt19937& random, int count) {
   std::string digits;
   for (int i = 0; i < count; ++i) digits += static_cast<char>('0' + random() % 10);
@@ -72,12 +42,17 @@ std::string RandomPiece(std::mt19937& random) {
 // layout's do but whose other characters differ from it.
 TEST(PieceNumberReader, ReadsEveryFormAsLeadingNumberDoes) {
   std::mt19937 random(11);
-  Pieces pieces;
-  for (int i = 0; i < 200'000; ++i) pieces.Add(RandomPiece(random));
+  std::string text;  // the pieces end to end
+  std::vector<std::uint32_t> starts;
+  const auto add = [&](const std::string& piece) {
+    starts.push_back(static_cast<std::uint32_t>(text.size()));
+    text += piece;
+  };
+  for (int i = 0; i < 200'000; ++i) add(RandomPiece(random));
   for (int i = 0; i < 100'000; ++i) {
     const int fraction = 1 + static_cast<int>(random() % 6);
-    pieces.Add((random() % 2 ? "-" : "") + Digits(random, 1) + "." + Digits(random, fraction) +
-               "e-" + Digits(random, 2) + "\r");
+    add((random() % 2 ? "-" : "") + Digits(random, 1) + "." + Digits(random, fraction) + "e-" +
+        Digits(random, 2) + "\r");
   }
   for (const char* piece : {"1.5e-11\r", "1,5e-11\r", "1.5e+11\r", "1.5x-11\r", "1.5E-11\r",
                             "1.5d-11\r", "1.5e-11\r", "1.5e-1\r1", "1.5e-11 \r", "-2e-11\r",
@@ -85,9 +60,23 @@ TEST(PieceNumberReader, ReadsEveryFormAsLeadingNumberDoes) {
                             "123456789012.5\r", "1e22\r", "1e23\r", "9e-22\r", "9e-23\r",
                             // Digits where the learnt line has its return, and no return in view.
                             "1.5\r", "1.55 pA, no return"}) {
-    pieces.Add(piece);
+    add(piece);
   }
-  ExpectReadAsLeadingNumber(pieces);
+  // Every piece read in one call, up to 64 characters of each, with the
+  // reader's look-ahead after the last, and compared with LeadingNumber bit
+  // for bit (so that -0 and 0 differ).
+  constexpr std::size_t kLongest = 64;
+  const std::size_t length = text.size();
+  text.append(PieceNumberReader::kReadAhead, '\0');
+  const std::string_view pieces(text.data(), length);
+  std::vector<double> numbers(starts.size());
+  PieceNumberReader().Read(pieces, starts, kLongest, numbers);
+  for (std::size_t i = 0; i < numbers.size(); ++i) {
+    const std::string_view piece = pieces.substr(starts[i], kLongest);
+    const double expected = LeadingNumber(piece);
+    ASSERT_EQ(std::bit_cast<std::uint64_t>(numbers[i]), std::bit_cast<std::uint64_t>(expected))
+        << "piece " << i << ": \"" << piece << "\" read as " << numbers[i] << ", not " << expected;
+  }
 }
 
 }  // namespace
