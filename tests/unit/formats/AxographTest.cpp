@@ -90,8 +90,7 @@ TEST(Axograph, LongRecordingsInterleaveEveryFrameInItsPlace) {
   DescribeRecording(h, 2 * kFrames, 61.03515625f, 268.5546875f);
   h.Set(abf::nADCNumChannels, std::int16_t{2});
   // Both span -250 to 250 mV: factor 0.02048, count v x 65.536 - 1.
-  DescribeChannel(h, 0, "mV", 0.02048f);
-  DescribeChannel(h, 1, "mV", 0.02048f);
+  for (std::size_t k : {0u, 1u}) DescribeChannel(h, k, "mV", 0.02048f);
   const std::int16_t byFifth[] = {-16385, -8193, -1, 8191, 16383};
   const std::int16_t byThird[] = {-16385, -1, 16383};
   std::vector<std::int16_t> samples;

@@ -46,14 +46,8 @@ struct IgorBinary5Test : testing::Test {
 };
 
 TEST_F(IgorBinary5Test, TheColumnsOfABigEndianIntegerWaveAreChannelsKeptAsCounts) {
-  Wave w{.bigEndian = true,
-         .rows = 3,
-         .columns = 3,
-         .step = 0.1,
-         .xUnit = "ms",
-         .extendedUnit = "uV",
-         .values = {1, 2, 3, -4, -5, -6, 7, 8, 9}};
-  const auto file = Convert(w);
+  const auto file = Convert({.bigEndian = true, .rows = 3, .columns = 3, .step = 0.1, .xUnit = "ms",
+                             .extendedUnit = "uV", .values = {1, 2, 3, -4, -5, -6, 7, 8, 9}});
   const AbfHeader h = test::HeaderOf(file);
   EXPECT_EQ(h.Get(abf::nADCNumChannels), 3);
   EXPECT_EQ(h.Get(abf::fADCSampleInterval), static_cast<float>(100.0 / 3));

@@ -31,12 +31,10 @@ std::vector<std::string> PulseExport() {
   return lines;
 }
 
-class IgorTextWavesEndings : public testing::TestWithParam<std::string> {
- protected:
-  test::BenchFixture f;
-};
+using IgorTextWavesEndings = testing::TestWithParam<std::string>;
 
 TEST_P(IgorTextWavesEndings, APulseExportBecomesSweepsOfTraces) {
+  test::BenchFixture f;
   const auto file = test::Converted(f, ConvertPulseItx2, "cell.itx",
                                     test::TextBytes(Text(PulseExport(), GetParam())));
   const AbfHeader h = test::HeaderOf(file);

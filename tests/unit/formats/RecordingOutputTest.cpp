@@ -14,11 +14,11 @@ namespace {
 // its values over as counts too.
 class TableReader : public ScanReader {
  public:
-  TableReader(std::size_t channels, std::int64_t scans, std::vector<double> values,
-              bool threads = false, bool counts = false)
-      : channels_(channels), scans_(scans), values_(std::make_shared<const std::vector<double>>(std::move(values))),
-        threads_(threads),
-        counts_(counts) {}
+  TableReader(std::size_t channels, std::int64_t scans, std::vector<double> values, bool threads,
+              bool counts)
+      : channels_(static_cast<std::int64_t>(channels)), scans_(scans),
+        values_(std::make_shared<const std::vector<double>>(std::move(values))),
+        threads_(threads), counts_(counts) {}
   void ReadScans(std::int64_t sweep, std::int64_t first, std::span<double> out) override {
     std::copy_n(values_->begin() + From(sweep, first), out.size(), out.begin());
   }
@@ -32,9 +32,9 @@ class TableReader : public ScanReader {
 
  private:
   std::ptrdiff_t From(std::int64_t sweep, std::int64_t first) const {
-    return static_cast<std::ptrdiff_t>((sweep * scans_ + first) * static_cast<std::int64_t>(channels_));
+    return static_cast<std::ptrdiff_t>((sweep * scans_ + first) * channels_);
   }
-  std::size_t channels_;
+  std::int64_t channels_;
   std::int64_t scans_;
   std::shared_ptr<const std::vector<double>> values_;
   bool threads_;
