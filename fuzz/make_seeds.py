@@ -62,14 +62,12 @@ def wcp_records():
 
 
 def abf(channels, samples):
-    """An ABF 1.x file: header at byte 0, 16-bit samples from block 12."""
+    """An ABF 1.x file of a gap-free recording: header at byte 0, 16-bit samples from block 12."""
     head = bytearray(6144)
     head[0:4] = b"ABF "
-    struct.pack_into("<h", head, 8, 3)                      # nOperationMode: gap-free
-    struct.pack_into("<i", head, 10, samples)               # lActualAcqLength
+    struct.pack_into("<hi", head, 8, 3, samples)            # nOperationMode 3, lActualAcqLength
     struct.pack_into("<i", head, 40, 12)                    # lDataSectionPtr
-    struct.pack_into("<h", head, 120, channels)             # nADCNumChannels
-    struct.pack_into("<f", head, 122, 100.0)                # fADCSampleInterval
+    struct.pack_into("<hf", head, 120, channels, 100.0)     # nADCNumChannels, fADCSampleInterval
     struct.pack_into("<f", head, 244, 10.0)                 # fADCRange
     struct.pack_into("<i", head, 252, 32768)                # lADCResolution
     struct.pack_into("<16h", head, 410, *range(16))         # nADCSamplingSeq
@@ -105,26 +103,18 @@ def pulse_text():
     return ("\r\n".join(lines) + "\r\n").encode("ascii")
 
 
-def acqknowledge():
-    """A Macintosh AcqKnowledge 3.x graph of two int16 channels."""
-    out = struct.pack(">hiih", 0, 35, 24, 2).ljust(16, b"\0") + struct.pack(">d", 10.0)
-    for name in (b"ECG", b"Resp"):
-        head = struct.pack(">ih", 132, 1) + name.ljust(40, b"\0")
-        head = head.ljust(68, b"\0") + b"mV".ljust(20, b"\0") + struct.pack(">idd", 3, 0.01, 0.0)
-        out += head.ljust(132, b"\0")
-    out += struct.pack(">h", 6) + bytes(4) + struct.pack(">hhhh", 2, 2, 2, 2)
-    return out + struct.pack(">6h", 1, -1, 200, -200, 30, 0)
-
-
-def acqknowledge_later():
-    """A PC AcqKnowledge 3.7 graph: an int16 channel at the graph's rate, a double at half of it."""
-    out = struct.pack("<hiih", 0, 38, 24, 2).ljust(16, b"\0") + struct.pack("<d", 0.5)
-    for name, count, divider in ((b"ECG", 4, 1), (b"Resp", 2, 2)):
-        head = struct.pack("<ih", 252, 1) + name.ljust(40, b"\0")
-        head = head.ljust(68, b"\0") + b"mV".ljust(20, b"\0") + struct.pack("<idd", count, 0.5, 0)
-        out += head.ljust(250, b"\0") + struct.pack("<h", divider)
-    out += struct.pack("<h", 6) + bytes(4) + struct.pack("<hhhh", 2, 2, 8, 1)
-    return out + struct.pack("<hdhhdh", 1, 0.25, 2, 3, -0.5, 4)
+def acq_graph(order, revision, interval, channel_bytes, channels, types, samples):
+    """An AcqKnowledge graph in byte order `order`: the graph header (revision, 24, the channel
+    count, the interval at byte 16), one channel header of `channel_bytes` per (name, sample
+    count, amplitude scale, divider of the later revisions), the size and type of each, samples."""
+    out = struct.pack(order + "hiih", 0, revision, 24, len(channels)).ljust(16, b"\0")
+    out += struct.pack(order + "d", interval)
+    for name, count, scale, divider in channels:
+        head = struct.pack(order + "ih", channel_bytes, 1) + name.ljust(40, b"\0")
+        head = head.ljust(68, b"\0") + b"mV".ljust(20, b"\0")
+        head += struct.pack(order + "idd", count, scale, 0.0)
+        out += head.ljust(channel_bytes - 2, b"\0") + struct.pack(order + "h", divider)
+    return out + struct.pack(order + "h4x4h", 6, *types) + samples
 
 
 def ltp():
@@ -200,7 +190,13 @@ SEEDS = {
     "fuzz_strathclyde": {**samples("strathclyde/myokit_wcp-file.wcp"),
                          "records.wcp": wcp_records()},
     "fuzz_scan": {"rec.SCA": scan()},
-    "fuzz_acqknowledge": {"mac.acq": acqknowledge(), "later.acq": acqknowledge_later()},
+    # A Macintosh 3.x graph of two int16 channels; a PC 3.7 graph of an int16 channel at the
+    # graph's rate and a double at half of it.
+    "fuzz_acqknowledge": {
+        "mac.acq": acq_graph(">", 35, 10.0, 132, ((b"ECG", 3, 0.01, 0), (b"Resp", 3, 0.01, 0)),
+                             (2, 2, 2, 2), struct.pack(">6h", 1, -1, 200, -200, 30, 0)),
+        "later.acq": acq_graph("<", 38, 0.5, 252, ((b"ECG", 4, 0.5, 1), (b"Resp", 2, 0.5, 2)),
+                               (2, 2, 8, 1), struct.pack("<hdhhdh", 1, 0.25, 2, 3, -0.5, 4))},
     "fuzz_ltp": {"sweep.p0": ltp()},
     "fuzz_spike2": samples("ced/neo_Burst_Data_as_Events.smr"),
     "fuzz_patchmaster": {"cell.dat": patchmaster()},
