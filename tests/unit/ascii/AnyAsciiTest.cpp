@@ -53,8 +53,13 @@ TEST(AnyAscii, TwoColumnsBecomeTwoInterleavedChannelsWhateverTheSeparator) {
   }
 }
 
-TEST(AnyAscii, TypedIntervalAndFactorWithoutATimeColumn) {
+// An earlier conversion's slot, episodic mode and synch array in the record
+// must not carry into this one's header.
+TEST(AnyAscii, TypedIntervalAndFactorWithoutATimeColumnOnALeftoverRecord) {
   BenchFixture f;
+  f.bench.TemplateHeader.Set(abf::nADCSamplingSeq, 3, std::int16_t{3});
+  f.bench.TemplateHeader.Set(abf::nOperationMode, std::int16_t{5});
+  f.bench.TemplateHeader.Set(abf::lSynchArraySize, 7);
   AsciiSettings settings;  // column 1, no header, no time column
   settings.factor = "1e12";
   settings.sampleInterval = "25";
@@ -64,21 +69,6 @@ TEST(AnyAscii, TypedIntervalAndFactorWithoutATimeColumn) {
   ConvertAnyAscii(f.bench, settings);
   const AbfHeader h = GapFree(TableHeader(3, 25.0f, 7.5e-5f, {{"pA", kPeak2}}));
   EXPECT_EQ(ReadFile(f.dir / "cell.ABF"), AbfImage(h, {16383, -8193, 4095}));
-}
-
-TEST(AnyAscii, FirstConversionsSlotsAndEpisodesDoNotCarryIntoTheNext) {
-  BenchFixture f;
-  f.bench.TemplateHeader.Set(abf::nADCSamplingSeq, 3, std::int16_t{3});
-  f.bench.TemplateHeader.Set(abf::nOperationMode, std::int16_t{5});
-  f.bench.TemplateHeader.Set(abf::lSynchArraySize, 7);
-  AsciiSettings settings;
-  settings.sampleInterval = "10";
-  f.Select("one.txt", TextBytes("1\n-2\n"));
-  ConvertAnyAscii(f.bench, settings);
-  const AbfHeader& h = f.bench.TemplateHeader;
-  EXPECT_EQ(h.Get(abf::nADCSamplingSeq, 3), -1);
-  EXPECT_EQ(h.Get(abf::nOperationMode), 3);
-  EXPECT_EQ(h.Get(abf::lSynchArraySize), 0);
 }
 
 TEST(AnyAscii, RefusalsEndWithAReasonAndWriteNothing) {
