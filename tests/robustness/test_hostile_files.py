@@ -70,6 +70,7 @@ class HostileFiles(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.scratch = tempfile.TemporaryDirectory(prefix="convora-hostile-")
+        cls.addClassCleanup(cls.scratch.cleanup)
         cls.folder = os.path.join(cls.scratch.name, "hostile")
         os.mkdir(cls.folder)
         rng = random.Random(2026)
@@ -82,10 +83,6 @@ class HostileFiles(unittest.TestCase):
                 with open(os.path.join(cls.folder, variant), "wb") as out:
                     out.write(content)
         cls.files = sorted(seen)
-
-    @classmethod
-    def tearDownClass(cls):
-        cls.scratch.cleanup()
 
     def run_over(self, folder, *args):
         done = subprocess.run([CONVORA, *args, *self.files], cwd=folder, stdin=subprocess.DEVNULL,
