@@ -45,7 +45,9 @@ struct IgorBinary5Test : testing::Test {
   }
 };
 
-TEST_F(IgorBinary5Test, TheColumnsOfABigEndianIntegerWaveAreChannelsKeptAsCounts) {
+// The columns of a big-endian integer wave are channels kept as counts; a
+// one-dimensional wave of doubles in volts is scaled to its peak in millivolts.
+TEST_F(IgorBinary5Test, IntegerColumnsAreChannelsKeptAsCountsAndDoublesAreScaled) {
   const auto file = Convert({.bigEndian = true, .rows = 3, .columns = 3, .step = 0.1, .xUnit = "ms",
                              .extendedUnit = "uV", .values = {1, 2, 3, -4, -5, -6, 7, 8, 9}});
   const AbfHeader h = test::HeaderOf(file);
@@ -54,14 +56,10 @@ TEST_F(IgorBinary5Test, TheColumnsOfABigEndianIntegerWaveAreChannelsKeptAsCounts
   EXPECT_EQ(h.Get(abf::sADCUnits, 1), "uV      ");
   EXPECT_EQ(h.Get(abf::sADCChannelName, 1), "trace_1   ");
   EXPECT_EQ(test::SamplesOf(file, 9), (std::vector<std::int16_t>{1, -4, 7, 2, -5, 8, 3, -6, 9}));
-}
-
-TEST_F(IgorBinary5Test, DoublesInVoltsAreScaledToTheirPeakInMillivolts) {
-  const auto file = Convert({.type = 0x04, .rows = 0, .dataUnit = "V", .values = {0.5, -1.0}});
-  const AbfHeader h = test::HeaderOf(file);
-  EXPECT_EQ(h.Get(abf::sADCUnits, 0), "mV      ");
-  EXPECT_EQ(h.Get(abf::fADCSampleInterval), 100.0f);
-  EXPECT_EQ(test::SamplesOf(file, 2), (std::vector<std::int16_t>{8192, -16384}));
+  const auto doubles = Convert({.type = 0x04, .rows = 0, .dataUnit = "V", .values = {0.5, -1.0}});
+  EXPECT_EQ(test::HeaderOf(doubles).Get(abf::sADCUnits, 0), "mV      ");
+  EXPECT_EQ(test::HeaderOf(doubles).Get(abf::fADCSampleInterval), 100.0f);
+  EXPECT_EQ(test::SamplesOf(doubles, 2), (std::vector<std::int16_t>{8192, -16384}));
 }
 
 TEST_F(IgorBinary5Test, WavesWithNothingToConvertAreRefusedByName) {
