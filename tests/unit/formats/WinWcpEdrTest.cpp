@@ -105,8 +105,7 @@ TEST(WinWcp, ARangeThatChangesBetweenRecordsIsRescaledToOneScale) {
 
 TEST(WinWcp, SixteenChannelsAreScaledByTheirOwnRanges) {
   std::string lines =
-      "VER=9\r\nADCMAX=32767\r\nNC=16\r\nNBA=1\r\nNBD=1\r\n"
-      "NR=1\r\nNP=1\r\nDT=0.001\r\n";
+      "VER=9\r\nADCMAX=32767\r\nNC=16\r\nNBA=1\r\nNBD=1\r\nNR=1\r\nNP=1\r\nDT=0.001\r\n";
   std::vector<float> ranges;
   std::vector<std::int16_t> counts;
   for (int c = 0; c < 16; ++c) {
