@@ -35,19 +35,12 @@ struct WindowFixture {
     window->show();
   }
 
-  // A control of the main window itself; the settings window, a child
-  // window of its own, reuses some names (Command1, Label2, ...).
+  // A control of the main window itself, or of `in`: the settings window, a
+  // child window of its own, reuses some names (Command1, Label2, ...).
   template <typename T = QWidget>
-  T* Find(const char* name) const {
-    T* found = window->centralWidget()->findChild<T*>(name);
+  T* Find(const char* name, QWidget* in = nullptr) const {
+    T* found = (in != nullptr ? in : window->centralWidget())->findChild<T*>(name);
     if (found == nullptr) qFatal("no control named %s", name);
-    return found;
-  }
-
-  template <typename T = QWidget>
-  T* FindInSettings(const char* name) const {
-    T* found = window->BinarySet()->findChild<T*>(name);
-    if (found == nullptr) qFatal("no settings control named %s", name);
     return found;
   }
 
@@ -59,13 +52,8 @@ struct WindowFixture {
     }
   }
 
-  void Click(const char* button) const {
-    Find<QAbstractButton>(button)->click();
-    WaitIdle();
-  }
-
-  void ClickInSettings(const char* button) const {
-    FindInSettings<QAbstractButton>(button)->click();
+  void Click(const char* button, QWidget* in = nullptr) const {
+    Find<QAbstractButton>(button, in)->click();
     WaitIdle();
   }
 
@@ -107,13 +95,11 @@ struct WindowFixture {
 
   QString PathText(const std::string& name) const { return gui::PathText(dir / name); }
 
-  std::vector<std::string> Transcript() const { return prompter.Transcript(); }
+  QStringList Transcript() const {
+    QStringList lines;
+    for (const std::string& line : prompter.Transcript()) lines << QString::fromStdString(line);
+    return lines;
+  }
 };
-
-inline QStringList ToList(const std::vector<std::string>& lines) {
-  QStringList list;
-  for (const std::string& line : lines) list << QString::fromStdString(line);
-  return list;
-}
 
 }  // namespace convora::test
