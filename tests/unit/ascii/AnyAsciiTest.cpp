@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "abf/TextLines.h"
 #include "unit/ascii/AsciiExpected.h"
 
 namespace convora::test {
@@ -88,6 +89,7 @@ TEST(AnyAscii, RefusalsEndWithAReasonAndWriteNothing) {
     Refusal{"overflow", "1e999\n", "1", "10", "line 1: column 1: the value is too large"},
     Refusal{"no_scale", "1e300\n", "1", "10", "channel 1 are too large or too small"},
     Refusal{"empty", "\n  \n", "1", "10", "no data rows"},
+    Refusal{"long_line", "1\n" + std::string(kMaxLineChars + 1, '1'), "1", "10", "line 2: longer than"},
     Refusal{"no_interval", "1\n", "1", "0", "sample interval \"0\" is not a positive number"},
     Refusal{"seventeen", "1\n", "1-17", "10", "17 channels"},
     Refusal{"column_list", "1\n", "one", "10", "the column list \"one\""},

@@ -45,16 +45,6 @@ TEST(ForEachLine, CrLfSplitAcrossReadChunksIsOneEnding) {
   EXPECT_EQ(LinesOf(first + "\r\ny"), (Lines{{1, first}, {2, "y"}}));
 }
 
-TEST(ForEachLine, RefusesALineLongerThanTheLimitNamingIt) {
-  const std::string text = "ok\n" + std::string(kMaxLineChars + 1, '1') + "\n";
-  try {
-    LinesOf(text);
-    ADD_FAILURE() << "no error";
-  } catch (const ConvoraError& e) {
-    EXPECT_EQ(std::string(e.what()).rfind("line 2: longer than", 0), 0u) << e.what();
-  }
-}
-
 TEST(SplitFields, EachSeparator) {
   std::vector<std::string_view> f;
   SplitFields("1\t\t3", Separator::Tab, f);
