@@ -65,16 +65,15 @@ TEST(DetectSeparator, PrefersTabThenSemicolonThenComma) {
   EXPECT_EQ(DetectSeparator(" 1  2"), Separator::Space);
 }
 
-TEST(ParseColumnTitle, NameAndUnitInParenthesesOrBrackets) {
-  EXPECT_EQ(ParseColumnTitle("\"Trace #2 (pA)\"").name, "Trace #2");
-  EXPECT_EQ(ParseColumnTitle("\"Trace #2 (pA)\"").unit, "pA");
+// Quoted titles with units in parentheses are the Axon text tests' own.
+TEST(ParseColumnTitle, UnitInBracketsOrNone) {
   EXPECT_EQ(ParseColumnTitle("R1.V [V]").unit, "V");
   EXPECT_EQ(ParseColumnTitle("Ratio").name, "Ratio");
   EXPECT_EQ(ParseColumnTitle("Ratio").unit, "");
 }
 
+// A number after quoted text is the Dataq rate line's, converted in its own tests.
 TEST(FirstNumberIn, FindsTheFirstNumberAfterText) {
-  EXPECT_EQ(FirstNumberIn("\"Sample rate: 240.5 Hz\""), 240.5);
   EXPECT_EQ(FirstNumberIn("rate=.5"), 0.5);
   EXPECT_FALSE(FirstNumberIn("no rate"));
 }
