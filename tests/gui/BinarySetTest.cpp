@@ -1,5 +1,6 @@
-// The binary settings window: its fields and their first values, the float
-// check box, and the two conversions it starts for the file it describes.
+// The binary settings window, opened by either of the main window's buttons:
+// its fields and their first values, the float check box, and the two
+// conversions it starts for the file it describes.
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -50,9 +51,11 @@ class BinarySetTest : public QObject {
 
   void opensWithItsFirstValues() {
     WriteCountingFile("raw.dat", 1000);
+    WriteCountingFile("a.dat", 4);
     f->Open();
     QVERIFY(!Settings()->isVisible());
-    OpenSettingsFor({"raw.dat"});
+    // Of several files selected, it ends up describing the last in list order.
+    OpenSettingsFor({"raw.dat", "a.dat"});
     QVERIFY(Settings()->isVisible());
     QVERIFY(!Settings()->isModal());
     QCOMPARE(Settings()->windowTitle(), QString("Binary File Conversion Setup"));
@@ -103,8 +106,10 @@ class BinarySetTest : public QObject {
     WriteCountingFile("raw.dat", 1000);
     WriteCountingFile("next.dat", 48);
     f->Open();
-    // Of several files selected, it ends up describing the last in list order.
-    OpenSettingsFor({"raw.dat", "next.dat"});
+    // Convert Known File hands a file of no known format to this window on Yes.
+    f->prompter.AnswerYesNo("unknown", true);
+    f->Select({"raw.dat"});
+    f->Click("Command1");
     QCOMPARE(f->Find<QLabel>("Label2", Settings())->text(), QString("raw.dat"));
     Type("SampleInt", "50");
     Type("ByteLoc", "1001");  // past the end

@@ -98,21 +98,6 @@ class MainWindowTest : public QObject {
     }
   }
 
-  void knownFileConversionGoesThroughTheSelectionInListOrder() {
-    WriteFile(f->dir / "b.dat", TextBytes("hello world!"));
-    WriteFile(f->dir / "a.abf", AbfBytes({1, 2, 3}));
-    f->Open();
-    f->prompter.AnswerYesNo("unknown", true);
-    f->Select({"b.dat", "a.abf"});
-    f->Click("Command1");
-    const QStringList transcript = f->Transcript();
-    QCOMPARE(transcript.size(), 2);
-    QVERIFY(transcript[0].startsWith("ABF File: ") && transcript[1].contains("(b.dat)"));
-    // Yes hands the file to the settings window, which then describes it.
-    QVERIFY(f->window->BinarySet()->isVisible());
-    QCOMPARE(f->Find<QLabel>("Label2", f->window->BinarySet())->text(), QString("b.dat"));
-  }
-
   // Each file gets its own answers; a file that fails is reported, in the log
   // as well, and the run goes on to the next. The filter instead ends its run
   // at a frequency it cannot use.

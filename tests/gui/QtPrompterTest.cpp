@@ -51,15 +51,13 @@ class QtPrompterTest : public QObject {
     prompter.ShowMessage("Not ABF File", "This is not an Axon Binary File.  You need ABF file.");
     QCOMPARE(title, QString("Not ABF File"));
     QCOMPARE(text, QString("This is not an Axon Binary File.  You need ABF file."));
-    Press(QMessageBox::Yes);
-    QVERIFY(prompter.AskYesNo({"unknown", "Unknown Data File", "Proceed?"}));
-    QCOMPARE(title, QString("Unknown Data File"));
-    Press(QMessageBox::No);
-    QVERIFY(!prompter.AskYesNo({"unknown", "Unknown Data File", "Proceed?"}));
-    Press(QMessageBox::Ok);
-    QVERIFY(prompter.AskOkCancel({"proceed", "Warning!", "Go on?"}));
-    Press(QMessageBox::Cancel);
-    QVERIFY(!prompter.AskOkCancel({"proceed", "Warning!", "Go on?"}));
+    for (const bool yes : {true, false}) {
+      Press(yes ? QMessageBox::Yes : QMessageBox::No);
+      QCOMPARE(prompter.AskYesNo({"unknown", "Unknown Data File", "Proceed?"}), yes);
+      QCOMPARE(title, QString("Unknown Data File"));
+      Press(yes ? QMessageBox::Ok : QMessageBox::Cancel);
+      QCOMPARE(prompter.AskOkCancel({"proceed", "Warning!", "Go on?"}), yes);
+    }
     // A failed file is a box with the program's title that names the file.
     Press(QMessageBox::Ok);
     prompter.ReportError("/data/cell.dat", "too short");
