@@ -218,39 +218,25 @@ class MainWindowTest : public QObject {
     QTRY_COMPARE(f->Items("FListBoxFETCH"), QStringList{"outer.dat"});
   }
 
-  void aDropListsAbfFilesAndRefusesOthers() {
-    WriteFile(f->dir / "a.abf", AbfBytes({1}));
-    WriteFile(f->dir / "b.txt", Bytes{'A', 'B', 'F'});
-    WriteFile(f->dir / "c.abf", AbfBytes({2}));
-    f->Open();
-    f->Select({"c.abf", "b.txt", "a.abf"});
-    QVERIFY(f->DropSelection());
-    // In list order, whatever the order of clicking.
-    QCOMPARE(f->Items("List2"), (QStringList{f->PathText("a.abf"), f->PathText("c.abf")}));
-    QCOMPARE(f->Transcript(),
-             QStringList{"Not an ABF File: " + f->PathText("b.txt") +
-                         " is NOT an Axon Binary File.  You can only merge ABF files."});
-
-    // The same file dropped again is listed again; dragged text is not taken.
-    f->Select({"a.abf"});
-    QVERIFY(f->DropSelection());
-    auto* text = new QMimeData;
-    text->setText("a.abf");
-    QVERIFY(!f->DropSelection(text));
-    QCOMPARE(f->Items("List2").size(), 3);
-  }
-
-  // Entries go by Delete or the context menu and move by dragging; the merge
+  // A drop lists the ABF files of the selection and refuses the others; the
+  // entries go by Delete or the context menu and move by dragging; the merge
   // takes the list as it stands and writes into the folder shown.
-  void theMergeListIsEditedAndMergedIntoTheFolderShown() {
+  void theMergeListTakesDropsIsEditedAndMergedIntoTheFolderShown() {
     std::filesystem::create_directory(f->dir / "out");
     WriteFile(f->dir / "a.abf", AbfBytes(Ramp(256, 256)));
     WriteFile(f->dir / "b.abf", AbfBytes(Ramp(256)));
     WriteFile(f->dir / "c.abf", AbfBytes({5}));
+    WriteFile(f->dir / "n.txt", Bytes{'A', 'B', 'F'});
     f->Open();
     auto* merge = f->Find<gui::MergeList>("List2");
-    f->Select({"a.abf", "b.abf", "c.abf"});
+    f->Select({"c.abf", "n.txt", "b.abf", "a.abf"});
     QVERIFY(f->DropSelection());
+    // In list order, whatever the order of clicking.
+    QCOMPARE(f->Items("List2"),
+             (QStringList{f->PathText("a.abf"), f->PathText("b.abf"), f->PathText("c.abf")}));
+    QCOMPARE(f->Transcript(),
+             QStringList{"Not an ABF File: " + f->PathText("n.txt") +
+                         " is NOT an Axon Binary File.  You can only merge ABF files."});
     merge->item(1)->setSelected(true);
     QTest::keyClick(merge, Qt::Key_Delete);
     QCOMPARE(f->Items("List2"), (QStringList{f->PathText("a.abf"), f->PathText("c.abf")}));
@@ -259,6 +245,14 @@ class MainWindowTest : public QObject {
     f->Click("Command2");  // one file is no merge: a notice in the log, the list kept
     QCOMPARE(f->Items("Log").filter("the merge list holds one file").size(), 1);
     QCOMPARE(f->Items("List2"), QStringList{f->PathText("a.abf")});
+
+    // The same file dropped again is listed again; dragged text is not taken.
+    f->Select({"a.abf"});
+    QVERIFY(f->DropSelection());
+    auto* text = new QMimeData;
+    text->setText("a.abf");
+    QVERIFY(!f->DropSelection(text));
+    QCOMPARE(f->Items("List2").size(), 2);
     merge->findChild<QAction*>("Clear")->trigger();
     QVERIFY(f->Items("List2").isEmpty());
 

@@ -102,17 +102,15 @@ class WindowRunTest : public QObject {
     QCOMPARE(f->Transcript().last(), "notice: " + f->PathText("b.abf") + ", " +
                                          f->PathText("c.abf") +
                                          ": not processed, the run was cancelled");
-    f->Click("Command11");  // the next run starts afresh
-    QCOMPARE(f->Items("List1").size(), 4);
 
-    // Runs started one after the other, without waiting, take the selection of
-    // their start and run in that order.
+    // The next runs start afresh. Started one after the other, without
+    // waiting, they take the selection of their start and run in that order.
     for (const char* name : {"c.abf", "a.abf"}) {
       f->Select({name});
       f->Find<QPushButton>("Command11")->click();
     }
     f->WaitIdle();
-    QCOMPARE(f->Items("List1").mid(4), (QStringList{f->PathText("c.abf"), f->PathText("a.abf")}));
+    QCOMPARE(f->Items("List1").mid(1), (QStringList{f->PathText("c.abf"), f->PathText("a.abf")}));
   }
 
   void theMenusAndEscape() {
