@@ -83,7 +83,6 @@ class WindowRunTest : public QObject {
     });
     f->Select({"long.abf"});
     f->Click("Command9");
-    QCOMPARE(f->Items("List1"), QStringList{f->PathText("longFilter.ABF")});
     QVERIFY2(ticks > 5, qPrintable(QString("the timer fired %1 times").arg(ticks)));
     QCOMPARE(shown, QStringList{"file 1 of 1, 256.0 MiB of 256.0 MiB"});
     QCOMPARE(progress->value(), 0);  // at rest again
