@@ -1,5 +1,5 @@
 // The window's dialogs: titles, texts, defaults and answers as the core gave
-// and expects them, and the busy pointer.
+// and expects them, and the busy pointer around them.
 
 #include <atomic>
 #include <functional>
@@ -23,6 +23,7 @@ class QtPrompterTest : public QObject {
   gui::QtPrompter prompter;
   QString title;
   QString text;
+  bool arrow = false;  // over the last message box
 
   // Acts on the dialog that the next call opens, once it is shown.
   template <typename Dialog>
@@ -41,16 +42,25 @@ class QtPrompterTest : public QObject {
   void Press(QMessageBox::StandardButton which) {
     WhenShown<QMessageBox>([this, which](QMessageBox* box) {
       text = box->text();
+      const QCursor* pointer = QApplication::overrideCursor();
+      arrow = pointer != nullptr && pointer->shape() == Qt::ArrowCursor;
       box->button(which)->click();
     });
   }
 
  private slots:
+  // All under the busy pointer, set twice and cleared once, which gives way
+  // to the arrow while a box is up.
   void messagesAndQuestionsKeepTheirTextsAndAnswerWithTheButtonPressed() {
+    prompter.SetBusy(true);
+    prompter.SetBusy(true);
+    QVERIFY(QApplication::overrideCursor() != nullptr);
+    QCOMPARE(QApplication::overrideCursor()->shape(), Qt::WaitCursor);
     Press(QMessageBox::Ok);
     prompter.ShowMessage("Not ABF File", "This is not an Axon Binary File.  You need ABF file.");
     QCOMPARE(title, QString("Not ABF File"));
     QCOMPARE(text, QString("This is not an Axon Binary File.  You need ABF file."));
+    QVERIFY(arrow);
     for (const bool yes : {true, false}) {
       Press(yes ? QMessageBox::Yes : QMessageBox::No);
       QCOMPARE(prompter.AskYesNo({"unknown", "Unknown Data File", "Proceed?"}), yes);
@@ -63,6 +73,10 @@ class QtPrompterTest : public QObject {
     prompter.ReportError("/data/cell.dat", "too short");
     QCOMPARE(title, QString("Convora"));
     QCOMPARE(text, gui::PathText("/data/cell.dat") + ": too short");
+    QVERIFY(arrow);
+    QCOMPARE(QApplication::overrideCursor()->shape(), Qt::WaitCursor);
+    prompter.SetBusy(false);
+    QCOMPARE(QApplication::overrideCursor(), nullptr);
   }
 
   void inputBoxesOfferTheDefaultAndReturnTheAnswer() {
@@ -103,24 +117,6 @@ class QtPrompterTest : public QObject {
     const bool answered = QTest::qWaitFor([&] { return done.load(); }, 10000);
     worker.join();
     QVERIFY(answered && yes);
-  }
-
-  void theBusyPointerIsSetOnceAndClearedOnce() {
-    prompter.SetBusy(true);
-    prompter.SetBusy(true);
-    QVERIFY(QApplication::overrideCursor() != nullptr);
-    QCOMPARE(QApplication::overrideCursor()->shape(), Qt::WaitCursor);
-    // A question asked meanwhile shows the arrow.
-    Qt::CursorShape whileAsking = Qt::WaitCursor;
-    WhenShown<QMessageBox>([&](QMessageBox* box) {
-      whileAsking = QApplication::overrideCursor()->shape();
-      box->button(QMessageBox::Ok)->click();
-    });
-    prompter.ShowMessage("Convora", "x");
-    QCOMPARE(whileAsking, Qt::ArrowCursor);
-    QCOMPARE(QApplication::overrideCursor()->shape(), Qt::WaitCursor);
-    prompter.SetBusy(false);
-    QCOMPARE(QApplication::overrideCursor(), nullptr);
   }
 };
 
