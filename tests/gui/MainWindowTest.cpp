@@ -109,6 +109,8 @@ class MainWindowTest : public QObject {
     f->Select({"a.abf", "c.abf"});
     f->Click("Command8");
     QCOMPARE(f->Items("List1"), QStringList{f->PathText("c.abf")});
+    ClickItem("List1", 0);  // a written file is previewed from the list
+    QCOMPARE(f->window->Preview()->Message(), QString("c.abf"));
     const QStringList error = f->Transcript().filter("error: " + f->PathText("a.abf") + ": ");
     QCOMPARE(error.size(), 1);
     QCOMPARE(f->Items("Log"), error);
@@ -165,27 +167,9 @@ class MainWindowTest : public QObject {
     QCOMPARE(columns->text(), QString("1-2"));
   }
 
-  void clickingAFileOrAWrittenLinePreviewsIt() {
-    WriteFile(f->dir / "a.abf", AbfBytes({1}));
-    WriteFile(f->dir / "b.abf", AbfBytes({1}));
-    WriteFile(f->dir / "n.txt", Bytes{'x'});
-    f->Open();
-    const gui::PreviewWidget* preview = f->window->Preview();
-    ClickFile("a.abf");
-    QCOMPARE(preview->Message(), QString("a.abf"));
-    ClickFile("n.txt");
-    QVERIFY(preview->Envelope().channels.empty());
-    QVERIFY(preview->Message().contains("not an ABF file"));
-
-    f->Select({"b.abf"});
-    f->Click("Command11");  // the default interval: b.abf is rewritten as it was and listed
-    ClickItem("List1", 0);
-    QCOMPARE(preview->Message(), QString("b.abf"));
-  }
-
-  void foldersOpenWhenLeftOrDoubleClickedAndRefreshShowsNewFiles() {
+  void theBrowserOpensFoldersRefreshesAndPreviewsAClickedFile() {
     std::filesystem::create_directory(f->dir / "sub");
-    WriteFile(f->dir / "sub" / "inner.dat", Bytes{1, 2});
+    WriteFile(f->dir / "sub" / "inner.abf", AbfBytes({1}));
     WriteFile(f->dir / "outer.dat", Bytes{1, 2});
     f->Open();
     auto* folders = f->Find<QListWidget>("DirListBoxFETCH");
@@ -198,12 +182,18 @@ class MainWindowTest : public QObject {
     QCOMPARE(f->window->Browser()->Folder(), f->PathText("sub"));
 
     WriteFile(f->dir / "sub" / "late.dat", Bytes{1});
-    QCOMPARE(f->Items("FListBoxFETCH"), QStringList{"inner.dat"});
+    QCOMPARE(f->Items("FListBoxFETCH"), QStringList{"inner.abf"});
     f->Click("Command12");
-    QCOMPARE(f->Items("FListBoxFETCH"), (QStringList{"inner.dat", "late.dat"}));
+    QCOMPARE(f->Items("FListBoxFETCH"), (QStringList{"inner.abf", "late.dat"}));
 
-    // The selection of the folder now shown is what the buttons work on.
-    f->Select({"late.dat"});
+    // A file of the folder now shown is previewed when clicked, and selected
+    // for the buttons to work on.
+    const gui::PreviewWidget* preview = f->window->Preview();
+    ClickFile("inner.abf");
+    QCOMPARE(preview->Message(), QString("inner.abf"));
+    ClickFile("late.dat");
+    QVERIFY(preview->Envelope().channels.empty());
+    QVERIFY(preview->Message().contains("not an ABF file"));
     QCOMPARE(f->window->Browser()->SelectedPaths(),
              std::vector<std::filesystem::path>{f->dir / "sub" / "late.dat"});
 
