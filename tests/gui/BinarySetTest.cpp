@@ -62,8 +62,8 @@ class BinarySetTest : public QObject {
     QCOMPARE(f->Find<QLabel>("Label2", Settings())->text(), QString("raw.dat"));
     QCOMPARE(f->Find<QLabel>("Label4", Settings())->text(), QString("1000"));
     const std::pair<const char*, const char*> firstValues[] = {
-        {"ByteLoc", "0"},   {"SampleInt", "200"},  {"ADCRange", "10"}, {"ADCREsolution", "32768"},
-        {"Unit", "pA"},     {"ScaleFactor", "0.001"}, {"Combo1", "1"}};
+        {"ByteLoc", "0"}, {"SampleInt", "200"},     {"ADCRange", "10"}, {"ADCREsolution", "32768"},
+        {"Unit", "pA"},   {"ScaleFactor", "0.001"}, {"Combo1", "1"}};
     for (const auto& [name, value] : firstValues) QCOMPARE(Text(name), QString(value));
     const std::pair<const char*, const char*> buttons[] = {
         {"Check1", "Needs byte swapping for Mac files and Labview files."},
@@ -82,19 +82,18 @@ class BinarySetTest : public QObject {
     WriteCountingFile("raw.dat", 8);
     f->Open();
     OpenSettingsFor({"raw.dat"});
-    const QStringList greyed{"Combo1", "ADCRange", "ADCREsolution", "ScaleFactor"};
-    const QStringList kept{"Unit", "ByteLoc", "SampleInt", "Check1"};
+    // Whether each field, and the label of each greyed one, is greyed out by the box.
+    const std::pair<const char*, bool> fields[] = {
+        {"Combo1", true},        {"Combo1Label", true},      {"ADCRange", true},
+        {"ADCRangeLabel", true}, {"ADCREsolution", true},    {"ADCREsolutionLabel", true},
+        {"ScaleFactor", true},   {"ScaleFactorLabel", true}, {"Unit", false},
+        {"ByteLoc", false},      {"SampleInt", false},       {"Check1", false}};
     auto* check2 = f->Find<QCheckBox>("Check2", Settings());
     for (const bool checked : {true, false}) {
       QTest::mouseClick(check2, Qt::LeftButton, {}, QPoint(4, check2->height() / 2));
       QCOMPARE(check2->isChecked(), checked);
-      for (const QString& name : greyed) {
-        const auto n = name.toLatin1();
-        QCOMPARE(f->Find(n.constData(), Settings())->isEnabled(), !checked);
-        QCOMPARE(f->Find((n + "Label").constData(), Settings())->isEnabled(), !checked);
-      }
-      for (const QString& name : kept) {
-        QVERIFY(f->Find(name.toLatin1().constData(), Settings())->isEnabled());
+      for (const auto& [name, greyed] : fields) {
+        QCOMPARE(f->Find(name, Settings())->isEnabled(), !(checked && greyed));
       }
     }
   }
