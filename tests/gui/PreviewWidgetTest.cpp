@@ -29,27 +29,23 @@ bool ResetPeak() {
   return StatusKib("VmHWM") <= StatusKib("VmRSS") + 256;
 }
 
-// One channel of counts read as pA, 100 us apart; episodic when sweepScans > 0.
-std::filesystem::path WriteRecording(const TempDir& dir, const std::vector<std::int16_t>& samples,
-                                     std::int32_t sweepScans = 0) {
-  const auto count = static_cast<std::int32_t>(samples.size());
-  AbfHeader h = sweepScans > 0 ? EpisodicAbfHeader(1, sweepScans, count / sweepScans)
-                               : PlainAbfHeader(1);
-  h.Set(abf::lActualAcqLength, count);
-  const auto path = dir / "rec.abf";
-  WriteFile(path, AbfBytes(h, samples));
-  return path;
-}
-
+// A preview of one channel of counts read as pA, 100 us apart; episodic when
+// sweepScans > 0.
 struct Shown {
+  TempDir dir;
   gui::PreviewWidget preview;
   gui::PreviewStrips* strips = preview.findChild<gui::PreviewStrips*>();
 
-  explicit Shown(const std::filesystem::path& file) {
+  explicit Shown(const std::vector<std::int16_t>& samples, std::int32_t sweepScans = 0) {
+    const auto count = static_cast<std::int32_t>(samples.size());
+    AbfHeader h = sweepScans > 0 ? EpisodicAbfHeader(1, sweepScans, count / sweepScans)
+                                 : PlainAbfHeader(1);
+    h.Set(abf::lActualAcqLength, count);
+    WriteFile(dir / "rec.abf", AbfBytes(h, samples));
     preview.resize(600, 300);
     preview.show();
     QVERIFY(QTest::qWaitForWindowExposed(&preview));
-    preview.ShowFile(file);
+    preview.ShowFile(dir / "rec.abf");
   }
   QPoint Middle(int x) const { return {x, strips->height() / 2}; }
   void Wheel(int x, int notches) const {
@@ -74,8 +70,7 @@ class PreviewWidgetTest : public QObject {
 
  private slots:
   void sweepsAreOverlaidOrShownOneAtATime() {
-    TempDir dir;
-    Shown shown(WriteRecording(dir, Ramp(3000), 1000));  // 3 sweeps of 1000
+    Shown shown(Ramp(3000), 1000);  // 3 sweeps of 1000
     auto* choice = shown.preview.findChild<QSpinBox*>("SweepChoice");
     QVERIFY(choice->isVisible());
     QCOMPARE(shown.preview.Envelope().sweeps.size(), std::size_t{3});
@@ -94,8 +89,7 @@ class PreviewWidgetTest : public QObject {
   // The stretch shown is the envelope's: the wheel, a drag and a double-click
   // change what is read. The read-out gives a ramp's value under the mouse.
   void zoomByWheelAndDragDoubleClickShowsItAllAndTheReadOutFollows() {
-    TempDir dir;
-    Shown shown(WriteRecording(dir, Ramp(20000, -100)));
+    Shown shown(Ramp(20000, -100));
     const PreviewEnvelope& e = shown.preview.Envelope();
     // Whole: a column of several scans reads as its range.
     const auto lastOfFirst = QString::number(e.ColumnStart(1) - 1 - 100);
