@@ -3,6 +3,9 @@
 // windows, and a size that fits the screen (also run with QT_SCALE_FACTOR=2).
 // The log panel is tested with the runs and the merge list that write to it.
 
+#include <functional>
+#include <utility>
+
 #include <QAction>
 #include <QMenuBar>
 #include <QProgressBar>
@@ -19,28 +22,20 @@ namespace convora::test {
 
 namespace {
 
-QPushButton* CancelButton(const WindowFixture& f) {
-  return f.window->statusBar()->findChild<QPushButton*>("Cancel");
-}
-
-// Passes everything on, pressing the window's Cancel button (from the
-// interface thread, as a person would) when the first input box comes up.
-class CancelAtFirstInput : public gui::LoggedPrompter {
+// Passes everything on, calling `first` (from the interface thread, as a
+// person's click would come) when the first input box comes up.
+class OnFirstInput : public gui::LoggedPrompter {
  public:
-  CancelAtFirstInput(Prompter& inner, const WindowFixture& f)
-      : LoggedPrompter(inner, [](const std::string&) {}), f_(f) {}
+  OnFirstInput(Prompter& inner, std::function<void()> first)
+      : LoggedPrompter(inner, [](const std::string&) {}), first_(std::move(first)) {}
 
   std::optional<std::string> AskInput(const InputRequest& request) override {
-    if (!pressed_) {
-      pressed_ = true;
-      gui::OnInterfaceThread([this] { CancelButton(f_)->click(); });
-    }
+    if (first_) gui::OnInterfaceThread(std::exchange(first_, nullptr));
     return LoggedPrompter::AskInput(request);
   }
 
  private:
-  const WindowFixture& f_;
-  bool pressed_ = false;
+  std::function<void()> first_;
 };
 
 }  // namespace
@@ -50,6 +45,10 @@ class WindowRunTest : public QObject {
 
  private:
   std::unique_ptr<WindowFixture> f;
+
+  QPushButton* CancelButton() const {
+    return f->window->statusBar()->findChild<QPushButton*>("Cancel");
+  }
 
   QAction* Action(const char* name) {
     auto* action = f->window->menuBar()->findChild<QAction*>(name);
@@ -86,12 +85,12 @@ class WindowRunTest : public QObject {
     QVERIFY2(ticks > 5, qPrintable(QString("the timer fired %1 times").arg(ticks)));
     QCOMPARE(shown, QStringList{"file 1 of 1, 256.0 MiB of 256.0 MiB"});
     QCOMPARE(progress->value(), 0);  // at rest again
-    QVERIFY(!CancelButton(*f)->isEnabled());
+    QVERIFY(!CancelButton()->isEnabled());
   }
 
   void cancelStopsABatchAfterTheFileInHand() {
     for (const char* name : {"a.abf", "b.abf", "c.abf"}) WriteFile(f->dir / name, AbfBytes({1, 2}));
-    CancelAtFirstInput cancelling(f->prompter, *f);
+    OnFirstInput cancelling(f->prompter, [this] { CancelButton()->click(); });
     f->Open(&cancelling);
     f->Select({"a.abf", "b.abf", "c.abf"});
     f->prompter.AnswerInput("interval", "50");
