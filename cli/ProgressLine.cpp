@@ -8,8 +8,9 @@
 
 namespace convora::cli {
 
-ProgressLine::ProgressLine(std::ostream& err, bool terminal, std::size_t files)
-    : err_(err), terminal_(terminal), files_(files) {}
+ProgressLine::ProgressLine(std::ostream& err, bool terminal, std::size_t files,
+                           Clock::time_point start)
+    : err_(err), terminal_(terminal), files_(files), start_(start) {}
 
 void ProgressLine::Starting(std::size_t index, const std::filesystem::path& file) {
   bytesDone_ += current_;
@@ -18,7 +19,7 @@ void ProgressLine::Starting(std::size_t index, const std::filesystem::path& file
   current_ = ec ? 0 : static_cast<std::int64_t>(size);
   if (!terminal_) return;
   const double seconds =
-      std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
+      std::chrono::duration<double>(Clock::now() - start_).count();
   if (seconds < 1.0) return;
   char text[160];
   const double megabytes = static_cast<double>(bytesDone_) / 1e6;

@@ -15,7 +15,10 @@ namespace convora::cli {
 
 class ProgressLine {
  public:
-  ProgressLine(std::ostream& err, bool terminal, std::size_t files);
+  using Clock = std::chrono::steady_clock;
+  // `start` is when the run began: now, unless a test says otherwise.
+  ProgressLine(std::ostream& err, bool terminal, std::size_t files,
+               Clock::time_point start = Clock::now());
   ~ProgressLine() { Clear(); }
 
   // Before file `index` (from 0) starts.
@@ -27,7 +30,7 @@ class ProgressLine {
   std::ostream& err_;
   bool terminal_;
   std::size_t files_;
-  std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+  Clock::time_point start_;
   std::int64_t bytesDone_ = 0;
   std::int64_t current_ = 0;  // size of the file in hand
   std::size_t shown_ = 0;     // characters on the line now
