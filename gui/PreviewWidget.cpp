@@ -106,8 +106,7 @@ void PreviewWidget::Recompute() {
   envelope_ = PreviewEnvelope{};
   computedWidth_ = strips_->PlotWidth();
   try {
-    envelope_ = ComputePreviewEnvelope(file_, static_cast<std::size_t>(computedWidth_), range_,
-                                       fullReadBytes_);
+    envelope_ = ComputePreviewEnvelope(file_, static_cast<std::size_t>(computedWidth_), range_);
     if (envelope_.sampled) RefineInBackground();
   } catch (const std::exception& e) {  // ConvoraError says why; anything else too
     envelope_ = PreviewEnvelope{};

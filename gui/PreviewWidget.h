@@ -31,9 +31,6 @@ class PreviewWidget : public QWidget {
   void ShowFile(const std::filesystem::path& file);
 
   const PreviewEnvelope& Envelope() const { return envelope_; }
-  // Stretches with more data bytes than this draw first from spread windows
-  // and are then read whole in the background.
-  void SetFullReadBytes(std::int64_t bytes) { fullReadBytes_ = bytes; }
   const QString& Message() const { return message_; }
   QString ReadOut() const { return readOut_->text(); }
   // Shows scans [first, first + count) of the time axis, clipped to it.
@@ -62,7 +59,6 @@ class PreviewWidget : public QWidget {
   PreviewStrips* strips_;
   int computedWidth_ = 0;
   QTimer reread_;
-  std::int64_t fullReadBytes_ = kPreviewFullReadBytes;
   // Stops the background read of a view that has been left.
   std::stop_source refining_;
 };
