@@ -40,7 +40,7 @@ void ScratchFile::WriteAt(std::int64_t offset, std::span<const std::uint8_t> byt
   }
 }
 
-void ScratchFile::ReadAt(std::int64_t offset, std::span<std::uint8_t> out) {
+void ScratchFile::ReadAt(std::int64_t offset, std::span<std::uint8_t> out) const {
   std::size_t done = 0;
   while (done < out.size()) {
     const std::int64_t got =

@@ -1,5 +1,8 @@
 #include "formats/igortext/PieceNumberReader.h"
 
+#include <algorithm>
+#include <limits>
+
 #include "abf/Numbers.h"
 
 #if defined(__GNUC__) && defined(__x86_64__)
@@ -25,11 +28,7 @@ constexpr std::int32_t kNegative = 1 << 16;
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 bool IsExponentLetter(char c) { return c == 'e' || c == 'E' || c == 'd' || c == 'D'; }
-
-void ReadEachAlone(std::string_view text, std::span<const std::uint32_t> starts, std::size_t longest,
-                   std::span<double> numbers) {
-  for (std::size_t i = 0; i < starts.size(); ++i) numbers[i] = LeadingNumber(text.substr(starts[i], longest));
-}
+bool IsNumberEnd(char c) { return c == '\r' || c == '\n' || c == '\t' || c == ' '; }
 
 #if CONVORA_PIECE_VECTORS
 // The exponent and sign coded in a gathered lane 0.
@@ -39,11 +38,32 @@ bool NegativeOf(std::int32_t lane) { return (lane & kNegative) != 0; }
 
 }  // namespace
 
+double WholeFieldNumber(std::string_view text, std::size_t longest) {
+  const std::string_view piece = text.substr(0, longest);
+  const auto end = std::find_if(piece.begin(), piece.end(), IsNumberEnd);
+  if (end == piece.end() && piece.size() < text.size()) return std::numeric_limits<double>::quiet_NaN();
+  return ParseWholeNumber(piece.substr(0, static_cast<std::size_t>(end - piece.begin())))
+      .value_or(std::numeric_limits<double>::quiet_NaN());
+}
+
 #if CONVORA_PIECE_VECTORS
-PieceNumberReader::PieceNumberReader() : vectorReady_(__builtin_cpu_supports("avx2")) {}
+PieceNumberReader::PieceNumberReader(PieceReading reading)
+    : reading_(reading), vectorReady_(__builtin_cpu_supports("avx2")) {}
 #else
-PieceNumberReader::PieceNumberReader() : vectorReady_(false) {}
+PieceNumberReader::PieceNumberReader(PieceReading reading) : reading_(reading), vectorReady_(false) {}
 #endif
+
+double PieceNumberReader::ReadAlone(std::string_view text, std::uint32_t start,
+                                    std::size_t longest) const {
+  const std::string_view piece = text.substr(start);
+  return reading_ == PieceReading::kLeadingNumber ? LeadingNumber(piece.substr(0, longest))
+                                                  : WholeFieldNumber(piece, longest);
+}
+
+void PieceNumberReader::ReadEachAlone(std::string_view text, std::span<const std::uint32_t> starts,
+                                      std::size_t longest, std::span<double> numbers) const {
+  for (std::size_t i = 0; i < starts.size(); ++i) numbers[i] = ReadAlone(text, starts[i], longest);
+}
 
 bool PieceNumberReader::Learn(const char* text, std::uint32_t key, Layout& layout) {
   Layout learnt;
@@ -95,8 +115,8 @@ bool PieceNumberReader::Learn(const char* text, std::uint32_t key, Layout& layou
     }
     i = digitsAt + exponentDigits;
   }
-  if (i >= 16 || text[i] != '\r') return false;
-  // The return is matched too: a text with a digit there has the same key.
+  if (i >= 16 || !IsNumberEnd(text[i])) return false;
+  // The end is matched too: a text with a digit there has the same key.
   mustMatch(i);
   for (int lane = 0; lane < 16; lane += 2) {
     const int sign = lane < kExponentLanes ? exponentSign : 1;
@@ -119,12 +139,14 @@ PieceNumberReader::GatherOne(const char* start) {
   const __m128i digits = _mm_sub_epi8(bytes, _mm_set1_epi8('0'));
   const __m128i isDigit = _mm_cmpeq_epi8(_mm_min_epu8(digits, _mm_set1_epi8(9)), digits);
   const auto digitBits = static_cast<std::uint32_t>(_mm_movemask_epi8(isDigit));
-  const auto returns =
-      static_cast<std::uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('\r'))));
-  // The digits and the return up to the first return. Without a return in
-  // view that is every digit; the layout with that key, if any, has its
-  // return where this text has a digit, so the match below fails.
-  const std::uint32_t key = (digitBits | returns) & (returns ^ (returns - 1));
+  const __m128i ends = _mm_or_si128(
+      _mm_or_si128(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('\r')), _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\n'))),
+      _mm_or_si128(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('\t')), _mm_cmpeq_epi8(bytes, _mm_set1_epi8(' '))));
+  const auto endBits = static_cast<std::uint32_t>(_mm_movemask_epi8(ends));
+  // The digits and the end up to the first end. Without an end in view that
+  // is every digit; the layout with that key, if any, has its end where this
+  // text has a digit, so the match below fails.
+  const std::uint32_t key = (digitBits | endBits) & (endBits ^ (endBits - 1));
   Layout& layout = layouts_[(key * 0x9E3779B1u) >> 26];
   const __m128i cared = _mm_and_si128(bytes, load(layout.care));
   const bool fits =
@@ -152,7 +174,7 @@ __attribute__((target("avx2"))) void PieceNumberReader::GatherAll(
 }
 
 // ExactDecimal four numbers at a time; numbers no layout read, or whose
-// exponent is beyond the exact powers of ten, go to LeadingNumber.
+// exponent is beyond the exact powers of ten, are read alone.
 __attribute__((target("avx2"))) void PieceNumberReader::ValuesOfGathered(
     std::string_view text, std::span<const std::uint32_t> starts, std::size_t longest,
     std::span<double> numbers) const {
@@ -161,7 +183,7 @@ __attribute__((target("avx2"))) void PieceNumberReader::ValuesOfGathered(
     const auto& lanes = gathered[i].lanes;
     const int exponent = ExponentOf(lanes[0]);
     if (exponent < -kLargestExactPowerOfTen || exponent > kLargestExactPowerOfTen) {
-      return LeadingNumber(text.substr(starts[i], longest));
+      return ReadAlone(text, starts[i], longest);
     }
     // At most 12 digits, far below 2^53.
     const auto mantissa = static_cast<std::uint64_t>(lanes[1]) * 100'000'000 +

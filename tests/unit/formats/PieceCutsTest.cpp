@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <string>
 #include <vector>
@@ -44,6 +45,57 @@ TEST(PieceCuts, EverySearchFindsTheCutsOfAnyStretch) {
       starts.resize(search(text.data(), from, length, starts.data()));
       ASSERT_EQ(starts, StartsByDefinition(text, from, length)) << "from " << from << ", length " << length;
     }
+  }
+}
+
+// Field starts by their definition, kFirstOfLine added where a line end lies
+// since the field before; and the most characters between two line ends.
+std::pair<std::vector<std::uint32_t>, std::int64_t> FieldsByDefinition(const std::string& text,
+                                                                      std::size_t length) {
+  const auto isEnd = [](char c) { return c == '\r' || c == '\n'; };
+  std::vector<std::uint32_t> starts;
+  std::int64_t longest = 0;
+  std::int64_t lastEnd = -1;
+  bool lineEnded = true;
+  for (std::size_t at = 0; at < length; ++at) {
+    if (isEnd(text[at])) {
+      longest = std::max(longest, static_cast<std::int64_t>(at) - lastEnd - 1);
+      lastEnd = static_cast<std::int64_t>(at);
+      lineEnded = true;
+    }
+    const auto separator = [&](char c) { return isEnd(c) || c == ' ' || c == '\t'; };
+    if (!separator(text[at]) && (at == 0 || separator(text[at - 1]))) {
+      starts.push_back(static_cast<std::uint32_t>(at) | (lineEnded ? kFirstOfLine : 0));
+      lineEnded = false;
+    }
+  }
+  return {starts, longest};
+}
+
+// The text searched in stretches of any length one after another, so that
+// fields, runs of blanks and line ends straddle their ends and those of the
+// blocks within them.
+TEST(PieceCuts, TheFieldSearchFindsFieldsAndLineStartsAcrossStretches) {
+  std::mt19937 random(4);
+  const std::vector<std::string> parts = {"\r\n", "\r", "\n", " ", "\t", "  \t", "1.5", "-2e-11", "END"};
+  for (int round = 0; round < 200; ++round) {
+    std::string text;
+    const std::size_t length = 1 + random() % 3000;
+    while (text.size() < length) text += parts[random() % parts.size()];
+    text.resize(length);
+    text.append(kPieceCutLookAhead, '\0');
+    FieldSearchState state;
+    std::vector<std::uint32_t> starts(length + 1);
+    std::size_t found = 0;
+    for (std::size_t from = 0; from < length;) {
+      const std::size_t stretch = std::min<std::size_t>(length - from, random() % 300);
+      found += FastestFieldStarts()(text.data(), from, stretch, state, starts.data() + found);
+      from += stretch;
+    }
+    starts.resize(found);
+    const auto [expected, longest] = FieldsByDefinition(text, length);
+    ASSERT_EQ(starts, expected) << "round " << round;
+    EXPECT_EQ(std::max<std::int64_t>(state.longestLine, 63), std::max<std::int64_t>(longest, 63));
   }
 }
 

@@ -20,7 +20,8 @@ std::string Digits(std::mt19937& random, int count) {
 }
 
 // A number in one of the forms a wave may hold, or something close to one,
-// ended by a carriage return most of the time.
+// ended by a carriage return most of the time, else by another blank or
+// line end, or by something else.
 std::string RandomPiece(std::mt19937& random) {
   const auto pick = [&](std::initializer_list<const char*> choices) {
     return std::string(choices.begin()[random() % choices.size()]);
@@ -33,14 +34,14 @@ std::string RandomPiece(std::mt19937& random) {
     piece += pick({"-", "-", "+", "", "--"});
     piece += Digits(random, static_cast<int>(random() % 6));
   }
-  return piece + pick({"\r", "\r", "\r", "\r", "\t", " pA\r", "", "\r\r", "5\r"});
+  return piece + pick({"\r", "\r", "\r", "\r", "\t", " pA\r", "", "\r\r", "5\r", "\n", " "});
 }
 
 // Random pieces of every form; then the forms a recording repeats, with their
 // digits changing from line to line, so that most numbers are read through a
 // layout learnt from another; then texts whose digits lie where a learnt
 // layout's do but whose other characters differ from it.
-TEST(PieceNumberReader, ReadsEveryFormAsLeadingNumberDoes) {
+TEST(PieceNumberReader, ReadsEveryFormAsTheNumberReadAloneIs) {
   std::mt19937 random(11);
   std::string text;  // the pieces end to end
   std::vector<std::uint32_t> starts;
@@ -63,19 +64,24 @@ TEST(PieceNumberReader, ReadsEveryFormAsLeadingNumberDoes) {
     add(piece);
   }
   // Every piece read in one call, up to 64 characters of each, with the
-  // reader's look-ahead after the last, and compared with LeadingNumber bit
-  // for bit (so that -0 and 0 differ).
+  // reader's look-ahead after the last, and compared bit for bit (so that -0
+  // and 0 differ) with LeadingNumber, or with the field read alone.
   constexpr std::size_t kLongest = 64;
   const std::size_t length = text.size();
   text.append(PieceNumberReader::kReadAhead, '\0');
   const std::string_view pieces(text.data(), length);
-  std::vector<double> numbers(starts.size());
-  PieceNumberReader().Read(pieces, starts, kLongest, numbers);
-  for (std::size_t i = 0; i < numbers.size(); ++i) {
-    const std::string_view piece = pieces.substr(starts[i], kLongest);
-    const double expected = LeadingNumber(piece);
-    ASSERT_EQ(std::bit_cast<std::uint64_t>(numbers[i]), std::bit_cast<std::uint64_t>(expected))
-        << "piece " << i << ": \"" << piece << "\" read as " << numbers[i] << ", not " << expected;
+  for (const PieceReading reading : {PieceReading::kLeadingNumber, PieceReading::kWholeField}) {
+    std::vector<double> numbers(starts.size());
+    PieceNumberReader(reading).Read(pieces, starts, kLongest, numbers);
+    for (std::size_t i = 0; i < numbers.size(); ++i) {
+      const std::string_view piece = pieces.substr(starts[i]);
+      const double expected = reading == PieceReading::kLeadingNumber
+                                  ? LeadingNumber(piece.substr(0, kLongest))
+                                  : WholeFieldNumber(piece, kLongest);
+      ASSERT_EQ(std::bit_cast<std::uint64_t>(numbers[i]), std::bit_cast<std::uint64_t>(expected))
+          << "piece " << i << ": \"" << piece.substr(0, kLongest) << "\" read as " << numbers[i]
+          << ", not " << expected;
+    }
   }
 }
 

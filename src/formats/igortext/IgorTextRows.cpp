@@ -1,0 +1,235 @@
+#include "formats/igortext/IgorTextRows.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <span>
+#include <string_view>
+#include <tuple>
+
+#include "abf/TextLines.h"
+#include "formats/igortext/IgorTextPieces.h"
+#include "formats/igortext/PieceCuts.h"
+#include "formats/igortext/PieceNumberReader.h"
+
+namespace convora {
+namespace {
+
+// The text is searched a span at a time, and the numbers of a span are read
+// at once: small enough for its fields and values to stay in the cache.
+constexpr std::size_t kSpanBytes = 1 << 13;
+// Values written to the scratch file at a time: 256 KiB, few enough writes
+// that their calls cost little.
+constexpr std::size_t kValuesPerWrite = 1 << 15;
+
+constexpr std::size_t kNone = ~std::size_t{0};
+
+// Keeps the values of the lines that are rows, in order, and the place of
+// the other lines.
+class RowKeeper {
+ public:
+  explicit RowKeeper(ShareLines& lines) : lines_(lines), kept_(*lines.values) {
+    values_.resize(kValuesPerWrite + kSpanBytes);
+  }
+
+  // Room for `count` more values, the first of which is returned.
+  double* Room(std::size_t count) {
+    if (held_ + count > values_.size()) {
+      Write();
+      // Only a line of more fields than fit in a write needs more.
+      if (held_ + count > values_.size()) values_.resize(held_ + count);
+    }
+    held_ += count;
+    return values_.data() + held_ - count;
+  }
+
+  // The fields whose values the last Room holds, as the search found them in
+  // the text from `textOffset`.
+  void Take(std::span<const std::uint32_t> starts, std::int64_t textOffset) {
+    const std::size_t first = held_ - starts.size();
+    if (firstNaN_ == kNone) firstNaN_ = FirstNaN(first);
+    // The rows of the run being read, counted in registers: this loop runs
+    // once per field.
+    std::size_t lineStart = lineStart_;
+    std::size_t rowsEnd = rowsEnd_;
+    std::int64_t runRows = runRows_;
+    std::size_t columns = columns_;
+    std::size_t firstNaN = firstNaN_;
+    std::size_t lineFirst = kNone;  // the start of the line not yet ended, if in `starts`
+    for (std::size_t i = 0; i < starts.size(); ++i) {
+      if ((starts[i] & kFirstOfLine) == 0) continue;
+      const std::size_t end = first + i;
+      if (end - lineStart == columns && rowsEnd == lineStart && firstNaN >= end) {
+        ++runRows;
+        rowsEnd = lineStart = end;
+      } else {
+        if (lineFirst != kNone) lineOffset_ = textOffset + (starts[lineFirst] & ~kFirstOfLine);
+        std::tie(lineStart_, rowsEnd_, runRows_) = std::tuple(lineStart, rowsEnd, runRows);
+        EndLine(end);
+        std::tie(lineStart, rowsEnd, runRows, columns, firstNaN) =
+            std::tuple(lineStart_, rowsEnd_, runRows_, columns_, firstNaN_);
+      }
+      lineFirst = i;
+    }
+    if (lineFirst != kNone) lineOffset_ = textOffset + (starts[lineFirst] & ~kFirstOfLine);
+    std::tie(lineStart_, rowsEnd_, runRows_) = std::tuple(lineStart, rowsEnd, runRows);
+  }
+
+  // Ends the last line and writes what is kept.
+  void Finish() {
+    EndLine(held_);
+    EndRun();
+    Write();
+  }
+
+ private:
+  // Where the first NaN, the value of a field that is not a number, lies
+  // from values_[from] on.
+  std::size_t FirstNaN(std::size_t from) const {
+    for (std::size_t i = from; i < held_; ++i) {
+      if (std::isnan(values_[i])) return i;
+    }
+    return kNone;
+  }
+
+  // The line whose values are values_[lineStart_, end) has ended.
+  void EndLine(std::size_t end) {
+    const std::size_t fields = end - lineStart_;
+    const bool row = firstNaN_ >= end;
+    if (row && fields == columns_ && rowsEnd_ == lineStart_) {
+      ++runRows_;
+      rowsEnd_ = end;
+    } else if (fields != 0) {
+      TakeOtherLine(end, row);
+    }
+    lineStart_ = end;
+  }
+
+  // A line that is not a row, or the first row of a run, or a row whose
+  // values move to follow the rows before it.
+  void TakeOtherLine(std::size_t end, bool row) {
+    const std::size_t fields = end - lineStart_;
+    if (!row) {
+      EndRun();
+      lines_.runs.push_back({lineOffset_, 0, fields, 0});
+      firstNaN_ = FirstNaN(end);
+      return;
+    }
+    if (rowsEnd_ != lineStart_) {
+      std::copy(values_.begin() + static_cast<std::ptrdiff_t>(lineStart_),
+                values_.begin() + static_cast<std::ptrdiff_t>(end),
+                values_.begin() + static_cast<std::ptrdiff_t>(rowsEnd_));
+    }
+    if (fields != columns_) {
+      EndRun();
+      lines_.runs.push_back({lineOffset_, 0, fields, written_ + static_cast<std::int64_t>(rowsEnd_)});
+      columns_ = fields;
+    }
+    ++runRows_;
+    rowsEnd_ += fields;
+  }
+
+  void EndRun() {
+    if (columns_ != kNone) lines_.runs.back().rows = runRows_;
+    columns_ = kNone;
+    runRows_ = 0;
+  }
+
+  // Writes the rows' values taken so far; the values of the line not yet
+  // ended move to the front.
+  void Write() {
+    kept_.WriteDoubles(written_, std::span<const double>(values_.data(), rowsEnd_));
+    written_ += static_cast<std::int64_t>(rowsEnd_);
+    std::copy(values_.begin() + static_cast<std::ptrdiff_t>(lineStart_),
+              values_.begin() + static_cast<std::ptrdiff_t>(held_), values_.begin());
+    if (firstNaN_ != kNone) firstNaN_ -= lineStart_;
+    held_ -= lineStart_;
+    lineStart_ = 0;
+    rowsEnd_ = 0;
+  }
+
+  ShareLines& lines_;
+  ScratchFile& kept_;
+  std::vector<double> values_;
+  std::size_t rowsEnd_ = 0;    // values_[0, rowsEnd_): rows' values not yet written
+  std::size_t lineStart_ = 0;  // values_[lineStart_, held_): the values of the line not yet ended
+  std::size_t held_ = 0;
+  std::size_t firstNaN_ = kNone;  // from lineStart_ on
+  std::int64_t lineOffset_ = 0;   // of the first field of the line not yet ended
+  std::size_t columns_ = kNone;   // of the run of rows being read, if any
+  std::int64_t runRows_ = 0;
+  std::int64_t written_ = 0;
+};
+
+}  // namespace
+
+ShareLines ReadShareLines(const SourceFile& text, Stretch share, const std::filesystem::path& folder) {
+  SourceFile source = text.Reopened();  // a stream of its own: shares are read at once
+  ShareLines lines;
+  lines.values.emplace(folder);
+  RowKeeper keeper(lines);
+  // Past the window: the look-ahead of the search and the longest number read.
+  std::vector<std::uint8_t> window(kPieceWindowBytes + kPieceCutLookAhead + kMaxNumberText);
+  std::vector<std::uint32_t> starts(kSpanBytes);
+  std::vector<std::uint32_t> offsets(kSpanBytes);
+  PieceNumberReader reader(PieceReading::kWholeField);
+  const FieldStartsSearch fieldStarts = FastestFieldStarts();
+  FieldSearchState state;  // a share starts where a line does
+  std::int64_t start = share.from;
+  for (; start < share.to; start += kPieceWindowBytes) {
+    const std::size_t got = source.ReadPadded(start, window);
+    const std::string_view view(reinterpret_cast<const char*>(window.data()), got);
+    const auto searched = static_cast<std::size_t>(
+        std::min<std::int64_t>({kPieceWindowBytes, share.to - start, static_cast<std::int64_t>(got)}));
+    for (std::size_t span = 0; span < searched; span += kSpanBytes) {
+      const std::size_t found =
+          fieldStarts(view.data(), span, std::min(kSpanBytes, searched - span), state, starts.data());
+      for (std::size_t i = 0; i < found; ++i) offsets[i] = starts[i] & ~kFirstOfLine;
+      reader.Read(view, std::span<const std::uint32_t>(offsets.data(), found), kMaxNumberText,
+                  std::span<double>(keeper.Room(found), found));
+      keeper.Take(std::span<const std::uint32_t>(starts.data(), found), start);
+    }
+    state.lastLineEnd -= kPieceWindowBytes;  // counted from the next window
+  }
+  keeper.Finish();
+  const std::int64_t lastLine = share.to - start - state.lastLineEnd - 1;  // a last line without its end
+  lines.lineTooLong = std::max(state.longestLine, lastLine) > static_cast<std::int64_t>(kMaxLineChars);
+  return lines;
+}
+
+std::optional<std::vector<Stretch>> SharesOfLines(SourceFile& source, std::int64_t from) {
+  const std::int64_t length = source.Length();
+  std::vector<Stretch> shares = SplitEvenly(length - from, PartsFor(length - from, kSmallestShareOfLines));
+  std::vector<std::uint8_t> chunk(1 << 16);
+  for (std::size_t k = 0; k < shares.size(); ++k) {
+    shares[k].from = k == 0 ? from : shares[k - 1].to;
+    if (k + 1 == shares.size()) {
+      shares[k].to = length;
+      break;
+    }
+    // The cut goes after the first line end from the byte before the even cut on.
+    std::int64_t at = std::max(shares[k].from, from + shares[k].to - 1);
+    const std::int64_t searchEnd = at + static_cast<std::int64_t>(kMaxLineChars) + 1;
+    for (;;) {
+      if (at >= length) {
+        at = length;
+        break;
+      }
+      if (at >= searchEnd) return std::nullopt;
+      const std::size_t got = source.ReadPadded(at, chunk);
+      const auto* const bytes = reinterpret_cast<const char*>(chunk.data());
+      const char* const end =
+          std::find_if(bytes, bytes + got, [](char c) { return c == '\r' || c == '\n'; });
+      at += end - bytes;
+      if (end != bytes + got) {
+        ++at;
+        break;
+      }
+      if (got == 0) at = length;
+    }
+    shares[k].to = at;
+  }
+  return shares;
+}
+
+}  // namespace convora
