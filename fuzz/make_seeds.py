@@ -185,6 +185,7 @@ SEEDS = {
                         "wave.itx": igor_text(), "rec.cdr": cdr()},
     "fuzz_igor5": samples("ibw/igor2_win-version5.ibw", "ibw/igor2_mac-version5.ibw"),
     "fuzz_igor_text_waves": {"pulse.itx": pulse_text()},
+    "fuzz_igor_text_layout": {"pulse.itx": pulse_text()},
     "fuzz_abf2": samples("abf/myokit_abf-v2_ABF2.abf"),
     "fuzz_cfs": samples("ced/m0ose01_test_data.cfs"),
     "fuzz_strathclyde": {**samples("strathclyde/myokit_wcp-file.wcp"),

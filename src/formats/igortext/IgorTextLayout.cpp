@@ -165,6 +165,15 @@ class LayoutBuilder {
   std::vector<std::string> commands_;
 };
 
+// Where the line after the first, which must start with "IGOR", starts.
+std::int64_t AfterIgorLine(SourceFile& source) {
+  LineCursor lines(source);
+  const auto first = lines.Next();
+  if (!first || !first->starts_with("IGOR"))
+    throw ConvoraError("not an Igor text file (no IGOR line)");
+  return lines.Offset();
+}
+
 // The file read one line after another: slow, but it names the line of
 // every fault.
 IgorTextLayout ReadLineByLine(SourceFile& source, const std::filesystem::path& folder) {
@@ -242,7 +251,7 @@ std::optional<IgorTextLayout> LayoutOfShares(SourceFile& source, std::vector<Sha
   enum class Within { kLines, kRows, kTextRows } within = Within::kLines;
   std::string line;
   for (std::size_t k = 0; k < shares.size(); ++k) {
-    if (shares[k].lineTooLong) return std::nullopt;
+    if (shares[k].unread) return std::nullopt;
     for (const LineRun& run : shares[k].runs) {
       if (run.rows != 0) {
         if (within != Within::kRows) continue;  // rows outside a block are not read
@@ -284,17 +293,18 @@ std::optional<IgorTextLayout> LayoutOfShares(SourceFile& source, std::vector<Sha
 }  // namespace
 
 IgorTextLayout ReadIgorText(SourceFile& source, const std::filesystem::path& folder) {
-  LineCursor lines(source);
-  const auto first = lines.Next();
-  if (!first || !first->starts_with("IGOR"))
-    throw ConvoraError("not an Igor text file (no IGOR line)");
-  if (const auto cuts = SharesOfLines(source, lines.Offset())) {
+  if (const auto cuts = SharesOfLines(source, AfterIgorLine(source))) {
     std::vector<ShareLines> shares(cuts->size());
     RunParts(cuts->size(), [&](std::size_t k) { shares[k] = ReadShareLines(source, (*cuts)[k], folder); });
     if (auto layout = LayoutOfShares(source, shares)) return std::move(*layout);
   }
   // A fault, or a file the shares cannot read (a number of thousands of
   // digits): read again line by line, which names the fault's line.
+  return ReadLineByLine(source, folder);
+}
+
+IgorTextLayout ReadIgorTextLineByLine(SourceFile& source, const std::filesystem::path& folder) {
+  AfterIgorLine(source);
   return ReadLineByLine(source, folder);
 }
 

@@ -54,6 +54,9 @@ struct IgorTextLayout {
 // files in `folder`; throws ConvoraError, naming the line, at what cannot be
 // read.
 IgorTextLayout ReadIgorText(SourceFile& source, const std::filesystem::path& folder);
+// The same, read one line after another on one core: what ReadIgorText falls
+// back on, and what its reading in shares must agree with.
+IgorTextLayout ReadIgorTextLineByLine(SourceFile& source, const std::filesystem::path& folder);
 
 // The values of rows [first, first + rows.size() / columns) of a block, row
 // after row. Threads may read at once.

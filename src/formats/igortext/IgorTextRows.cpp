@@ -7,6 +7,7 @@
 #include <string_view>
 #include <tuple>
 
+#include "abf/ConvoraError.h"
 #include "abf/TextLines.h"
 #include "formats/igortext/IgorTextPieces.h"
 #include "formats/igortext/PieceCuts.h"
@@ -36,7 +37,8 @@ class RowKeeper {
   double* Room(std::size_t count) {
     if (held_ + count > values_.size()) {
       Write();
-      // Only a line of more fields than fit in a write needs more.
+      // Only a line of more fields than fit in a write needs more; GivesUp
+      // bounds them.
       if (held_ + count > values_.size()) values_.resize(held_ + count);
     }
     held_ += count;
@@ -73,6 +75,12 @@ class RowKeeper {
     }
     if (lineFirst != kNone) lineOffset_ = textOffset + (starts[lineFirst] & ~kFirstOfLine);
     std::tie(lineStart_, rowsEnd_, runRows_) = std::tuple(lineStart, rowsEnd, runRows);
+  }
+
+  // Whether the share cannot be read to its end: a line of more fields than
+  // a line of kMaxLineChars characters holds, or too many runs to keep.
+  bool GivesUp() const {
+    return held_ - lineStart_ > kMaxLineChars / 2 + 1 || lines_.runs.size() > kMostRunsPerShare;
   }
 
   // Ends the last line and writes what is kept.
@@ -179,8 +187,9 @@ ShareLines ReadShareLines(const SourceFile& text, Stretch share, const std::file
   for (; start < share.to; start += kPieceWindowBytes) {
     const std::size_t got = source.ReadPadded(start, window);
     const std::string_view view(reinterpret_cast<const char*>(window.data()), got);
-    const auto searched = static_cast<std::size_t>(
-        std::min<std::int64_t>({kPieceWindowBytes, share.to - start, static_cast<std::int64_t>(got)}));
+    const auto searched =
+        static_cast<std::size_t>(std::min<std::int64_t>(kPieceWindowBytes, share.to - start));
+    if (got < searched) throw SourceChangedError();  // shorter than when it was opened
     for (std::size_t span = 0; span < searched; span += kSpanBytes) {
       const std::size_t found =
           fieldStarts(view.data(), span, std::min(kSpanBytes, searched - span), state, starts.data());
@@ -188,12 +197,16 @@ ShareLines ReadShareLines(const SourceFile& text, Stretch share, const std::file
       reader.Read(view, std::span<const std::uint32_t>(offsets.data(), found), kMaxNumberText,
                   std::span<double>(keeper.Room(found), found));
       keeper.Take(std::span<const std::uint32_t>(starts.data(), found), start);
+      if (keeper.GivesUp()) {
+        lines.unread = true;
+        return lines;
+      }
     }
     state.lastLineEnd -= kPieceWindowBytes;  // counted from the next window
   }
   keeper.Finish();
   const std::int64_t lastLine = share.to - start - state.lastLineEnd - 1;  // a last line without its end
-  lines.lineTooLong = std::max(state.longestLine, lastLine) > static_cast<std::int64_t>(kMaxLineChars);
+  lines.unread = std::max(state.longestLine, lastLine) > static_cast<std::int64_t>(kMaxLineChars);
   return lines;
 }
 

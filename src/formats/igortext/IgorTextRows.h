@@ -29,10 +29,16 @@ struct LineRun {
   std::int64_t firstValue = 0;  // of the rows, in the share's scratch file
 };
 
+// Runs a share keeps at most, 8 MiB of them: past that, a text whose number
+// of fields changes from line to line is read line by line.
+inline constexpr std::size_t kMostRunsPerShare = 1 << 18;
+
 struct ShareLines {
   std::optional<ScratchFile> values;  // the rows' values, row after row
   std::vector<LineRun> runs;          // blank lines left out
-  bool lineTooLong = false;           // a line holds more than kMaxLineChars characters
+  // The share was not read to its end, or not wholly: a line holds more
+  // than kMaxLineChars characters, or the share more runs than it keeps.
+  bool unread = false;
 };
 
 // Reads the lines of `share`, which starts where a line starts and ends
