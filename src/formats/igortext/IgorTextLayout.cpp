@@ -325,4 +325,9 @@ void ReadBlockRows(const IgorTextLayout& layout, std::size_t block, std::int64_t
   }
 }
 
+void CloseKept(IgorTextLayout& layout) {
+  RunParts(layout.kept.size(), [&](std::size_t k) { [[maybe_unused]] const ScratchFile closed = std::move(layout.kept[k]); });
+  layout.kept.clear();
+}
+
 }  // namespace convora

@@ -163,6 +163,7 @@ void ConvertPulseItx2(Workbench& bench) {
   if (recording.scansPerSweep == 0) throw ConvoraError("the waves hold no points");
   WaveReader reader(layout, grid);
   WriteRecording(bench, recording, reader);
+  CloseKept(layout);
 }
 
 }  // namespace convora
