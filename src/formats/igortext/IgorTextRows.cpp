@@ -58,6 +58,17 @@ class RowKeeper {
     std::size_t columns = columns_;
     std::size_t firstNaN = firstNaN_;
     std::size_t lineFirst = kNone;  // the start of the line not yet ended, if in `starts`
+    // The usual text of a one-wave block, a value a line after a line of one
+    // value, and nothing else: rows of the run, all of them.
+    if (!starts.empty() && columns == 1 && first - lineStart == 1 && rowsEnd == lineStart &&
+        firstNaN >= held_ &&
+        std::all_of(starts.begin(), starts.end(), [](std::uint32_t s) { return (s & kFirstOfLine) != 0; })) {
+      runRows += static_cast<std::int64_t>(starts.size());
+      rowsEnd = lineStart = held_ - 1;
+      lineOffset_ = textOffset + (starts.back() & ~kFirstOfLine);
+      std::tie(lineStart_, rowsEnd_, runRows_) = std::tuple(lineStart, rowsEnd, runRows);
+      return;
+    }
     for (std::size_t i = 0; i < starts.size(); ++i) {
       if ((starts[i] & kFirstOfLine) == 0) continue;
       const std::size_t end = first + i;
