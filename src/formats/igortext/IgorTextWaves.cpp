@@ -85,6 +85,10 @@ class WaveReader : public ScanReader {
   void ReadScans(std::int64_t sweep, std::int64_t first, std::span<double> out) override {
     const std::vector<std::size_t>& waves = grid_[static_cast<std::size_t>(sweep)];
     const std::size_t scans = out.size() / waves.size();
+    if (const auto whole = WholeBlock(waves)) {  // rows as they are: no detour
+      ReadBlockRows(layout_, *whole, first, out);
+      return;
+    }
     std::map<std::size_t, std::vector<std::size_t>> byBlock;  // block -> channels in it
     for (std::size_t c = 0; c < waves.size(); ++c)
       byBlock[layout_.waves[waves[c]].block].push_back(c);
@@ -101,6 +105,17 @@ class WaveReader : public ScanReader {
   }
 
  private:
+  // The block whose columns are `waves`, in order, if there is one.
+  std::optional<std::size_t> WholeBlock(const std::vector<std::size_t>& waves) const {
+    const std::size_t block = layout_.waves[waves[0]].block;
+    if (layout_.blocks[block].columns != waves.size()) return std::nullopt;
+    for (std::size_t c = 0; c < waves.size(); ++c) {
+      const IgorTextWave& wave = layout_.waves[waves[c]];
+      if (wave.block != block || wave.column != c) return std::nullopt;
+    }
+    return block;
+  }
+
   const IgorTextLayout& layout_;
   const Grid& grid_;
   std::vector<double> rows_;
