@@ -6,9 +6,10 @@
 //   END
 // and command lines "X cmd; cmd", among them "SetScale/P x start, delta,
 // "unit", name" (the x step) and "SetScale d min, max, "unit", name" (the
-// data unit). The text is read once: its layout is learnt while its numbers
-// are read, and the numbers wait in scratch files for the passes over the
-// values, which cost a fraction of reading the text again.
+// data unit). The text is read once, in shares (IgorTextRows.h), and the
+// numbers wait in scratch files for the passes over the values, which cost a
+// fraction of reading the text again. A text with a fault is read a second
+// time, line by line, so that the error names the fault's line.
 
 #include <cstddef>
 #include <cstdint>
