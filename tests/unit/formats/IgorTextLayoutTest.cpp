@@ -70,27 +70,31 @@ MadeText MakeText(std::mt19937& random) {
   return made;
 }
 
+// Read again with the first line longer, so that the cuts between shares
+// move through the lines around them.
 TEST(IgorTextLayout, SharesReadEveryRowAsALineByLineReadingDoes) {
   std::mt19937 random(5);
   const MadeText made = MakeText(random);
-  TempDir dir;
-  WriteFile(dir / "w.itx", TextBytes(made.text));
-  SourceFile source(dir / "w.itx");
-  const IgorTextLayout layout = ReadIgorText(source, dir.Path());
-  // Read in shares, not line by line after a fault.
-  EXPECT_EQ(layout.kept.size(), PartsFor(source.Length(), kSmallestShareOfLines));
-  ASSERT_EQ(layout.blocks.size(), made.expected.size());
-  EXPECT_EQ(layout.textWaves.size(), made.expected.size());
-  EXPECT_EQ(layout.waves[0].stepSeconds, 1e-4);
-  for (std::size_t b = 0; b < layout.blocks.size(); ++b) {
-    const std::vector<double>& expected = made.expected[b];
-    ASSERT_EQ(layout.blocks[b].rows * static_cast<std::int64_t>(layout.blocks[b].columns),
-              static_cast<std::int64_t>(expected.size()));
-    std::vector<double> values(expected.size());
-    ReadBlockRows(layout, b, 0, values);
-    for (std::size_t i = 0; i < values.size(); ++i) {
-      ASSERT_EQ(std::bit_cast<std::uint64_t>(values[i]), std::bit_cast<std::uint64_t>(expected[i]))
-          << "block " << b << ", value " << i;
+  for (const int longer : {0, 3, 8, 17, 30}) {
+    TempDir dir;
+    WriteFile(dir / "w.itx", TextBytes("IGOR" + std::string(longer, ' ') + made.text.substr(4)));
+    SourceFile source(dir / "w.itx");
+    const IgorTextLayout layout = ReadIgorText(source, dir.Path());
+    // Read in shares, not line by line after a fault.
+    EXPECT_EQ(layout.kept.size(), PartsFor(source.Length(), kSmallestShareOfLines));
+    ASSERT_EQ(layout.blocks.size(), made.expected.size());
+    EXPECT_EQ(layout.textWaves.size(), made.expected.size());
+    EXPECT_EQ(layout.waves[0].stepSeconds, 1e-4);
+    for (std::size_t b = 0; b < layout.blocks.size(); ++b) {
+      const std::vector<double>& expected = made.expected[b];
+      ASSERT_EQ(layout.blocks[b].rows * static_cast<std::int64_t>(layout.blocks[b].columns),
+                static_cast<std::int64_t>(expected.size()));
+      std::vector<double> values(expected.size());
+      ReadBlockRows(layout, b, 0, values);
+      for (std::size_t i = 0; i < values.size(); ++i) {
+        ASSERT_EQ(std::bit_cast<std::uint64_t>(values[i]), std::bit_cast<std::uint64_t>(expected[i]))
+            << "first line longer by " << longer << ", block " << b << ", value " << i;
+      }
     }
   }
 }
