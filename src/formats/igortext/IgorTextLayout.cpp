@@ -139,7 +139,8 @@ class LayoutBuilder {
       }
       pending_.clear();
       return textWaves ? Next::kTextRows : Next::kRows;
-    } else if (text.starts_with("X ")) {
+    } else if (text.starts_with("X ") && text.find("SetScale") != std::string_view::npos) {
+      // Only SetScale is read, and an export may hold millions of other commands.
       commands_.emplace_back(text.substr(2));
     }
     return Next::kLines;
