@@ -4,6 +4,7 @@
 #include <string_view>
 #include <vector>
 
+#include "abf/ConvoraError.h"
 #include "formats/igortext/PieceCuts.h"
 #include "formats/igortext/PieceNumberReader.h"
 
@@ -42,8 +43,9 @@ std::int64_t ForEachPieceNumber(SourceFile& source, Stretch share,
     // A piece is read up to the end of the file's bytes in the window: past
     // them lie zeros, never a tab, so a piece starts at most there.
     const std::string_view text(reinterpret_cast<const char*>(window.data()), got);
-    const auto cutsLength = static_cast<std::size_t>(
-        std::min<std::int64_t>({kPieceWindowBytes, share.to - start, static_cast<std::int64_t>(got)}));
+    const auto cutsLength =
+        static_cast<std::size_t>(std::min<std::int64_t>(kPieceWindowBytes, share.to - start));
+    if (got < cutsLength) throw SourceChangedError();  // shorter than when it was opened
     for (std::size_t span = 0; span < cutsLength; span += kSpanBytes) {
       const std::size_t found =
           pieceStarts(text.data(), span, std::min(kSpanBytes, cutsLength - span), starts.data());
