@@ -8,15 +8,13 @@
 namespace convora {
 namespace {
 
-constexpr std::int64_t kChunkBytes = 1 << 16;
-
 bool IsBlankChar(char c) { return c == ' ' || c == '\t'; }
 
 }  // namespace
 
 std::span<const char> LineCursor::From(std::int64_t at) {
   if (at < chunkAt_ || at >= chunkAt_ + static_cast<std::int64_t>(chunkBytes_)) {
-    chunk_.resize(kChunkBytes);
+    chunk_.resize(chunkSize_);
     chunkAt_ = at;
     chunkBytes_ = source_.ReadPadded(at, chunk_);
     if (chunkBytes_ == 0) throw SourceChangedError();  // shorter than when it was opened

@@ -21,7 +21,12 @@ inline constexpr std::size_t kMaxLineChars = 1 << 20;
 // exports); the last line needs no ending.
 class LineCursor {
  public:
-  LineCursor(SourceFile& source, std::int64_t offset = 0) : source_(source), next_(offset) {}
+  // Chunks of 64 KiB suit a reading of many lines; one of a short line
+  // wants fewer bytes.
+  static constexpr std::size_t kChunkBytes = 1 << 16;
+
+  LineCursor(SourceFile& source, std::int64_t offset = 0, std::size_t chunkBytes = kChunkBytes)
+      : source_(source), next_(offset), chunkSize_(chunkBytes) {}
 
   // The next line without its ending, valid until the next call; nothing at
   // the end of the source. Throws ConvoraError for a line longer than
@@ -38,6 +43,7 @@ class LineCursor {
 
   SourceFile& source_;
   std::int64_t next_;
+  std::size_t chunkSize_;
   std::int64_t number_ = 0;
   std::vector<std::uint8_t> chunk_;
   std::int64_t chunkAt_ = -1;

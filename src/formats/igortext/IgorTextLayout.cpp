@@ -229,28 +229,12 @@ IgorTextLayout ReadLineByLine(SourceFile& source, const std::filesystem::path& f
   return layout;
 }
 
-// The line from `offset` to its end, read into `line`: the shares have
-// checked that no line is longer than kMaxLineChars.
-std::string_view LineFrom(SourceFile& source, std::int64_t offset, std::string& line) {
-  constexpr std::size_t kStep = 256;  // most lines that are not rows are short
-  line.clear();
-  std::uint8_t chunk[kStep];
-  for (std::int64_t at = offset;; at += kStep) {
-    const std::size_t got = source.ReadPadded(at, chunk);
-    const auto* const bytes = reinterpret_cast<const char*>(chunk);
-    const char* const end = std::find_if(bytes, bytes + got, [](char c) { return c == '\r' || c == '\n'; });
-    line.append(bytes, end);
-    if (end != bytes + kStep) return line;
-  }
-}
-
 // The layout from the lines of the shares, read in order; nothing at
 // anything the line-by-line reading would refuse, which then says why.
 std::optional<IgorTextLayout> LayoutOfShares(SourceFile& source, std::vector<ShareLines>& shares) {
   IgorTextLayout layout;
   LayoutBuilder builder(layout);
   enum class Within { kLines, kRows, kTextRows } within = Within::kLines;
-  std::string line;
   for (std::size_t k = 0; k < shares.size(); ++k) {
     if (shares[k].unread) return std::nullopt;
     for (const LineRun& run : shares[k].runs) {
@@ -262,7 +246,9 @@ std::optional<IgorTextLayout> LayoutOfShares(SourceFile& source, std::vector<Sha
         block.parts.push_back({k, run.firstValue, run.rows});
         continue;
       }
-      const std::string_view text = Trimmed(LineFrom(source, run.offset, line));
+      // Most lines that are not rows are short: read in small chunks.
+      LineCursor cursor(source, run.offset, 256);
+      const std::string_view text = Trimmed(cursor.Next().value_or(""));
       if (within != Within::kLines) {
         if (text == "END") {
           within = Within::kLines;

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <functional>
 #include <span>
+#include <string_view>
 
 #include "abf/FileIo.h"
 #include "abf/Parallel.h"
@@ -28,6 +29,26 @@ inline constexpr std::int64_t kPieceWindowBytes = 1 << 16;
 // enough for a block to be written in one call that costs little, small
 // enough to stay in a core's own cache with the text it came from.
 inline constexpr std::size_t kPieceNumbersPerBlock = 1 << 15;
+
+// The text is searched a span at a time, and the numbers of a span are read
+// at once.
+inline constexpr std::size_t kPieceSpanBytes = 1 << 13;
+
+// A span of a share's text: `text` holds the window it lies in, from the
+// file's byte `windowStart` up to the file's end or kPieceWindowBytes, with
+// kPieceCutLookAhead + kMaxNumberText readable bytes after it (zeros past the
+// file's end); the span is its `length` bytes from `from`.
+struct TextSpan {
+  std::string_view text;
+  std::int64_t windowStart;
+  std::size_t from;
+  std::size_t length;
+};
+
+// Calls onSpan with the spans that cover `share`, in order, until it returns
+// false; throws ConvoraError when the file has become shorter than when it
+// was opened.
+void ForEachSpan(SourceFile& source, Stretch share, const std::function<bool(const TextSpan&)>& onSpan);
 
 // Calls onNumbers with the numbers of the pieces whose cut (its carriage
 // return) lies in the bytes of `share`, in order, a block at a time; returns

@@ -15,9 +15,6 @@
 namespace convora {
 namespace {
 
-// The text is searched a span at a time, and the numbers of a span are read
-// at once: small enough for its fields and values to stay in the cache.
-constexpr std::size_t kSpanBytes = 1 << 13;
 // Values written to the scratch file at a time: 256 KiB, few enough writes
 // that their calls cost little.
 constexpr std::size_t kValuesPerWrite = 1 << 15;
@@ -29,7 +26,7 @@ constexpr std::size_t kNone = ~std::size_t{0};
 class RowKeeper {
  public:
   explicit RowKeeper(ShareLines& lines) : lines_(lines), kept_(*lines.values) {
-    values_.resize(kValuesPerWrite + kSpanBytes);
+    values_.resize(kValuesPerWrite + kPieceSpanBytes);
   }
 
   // Room for `count` more values, the first of which is returned.
@@ -49,42 +46,21 @@ class RowKeeper {
   void Take(std::span<const std::uint32_t> starts, std::int64_t textOffset) {
     const std::size_t first = held_ - starts.size();
     if (firstNaN_ == kNone) firstNaN_ = FirstNaN(first);
-    // The rows of the run being read, counted in registers: this loop runs
-    // once per field.
-    std::size_t lineStart = lineStart_;
-    std::size_t rowsEnd = rowsEnd_;
-    std::int64_t runRows = runRows_;
-    std::size_t columns = columns_;
-    std::size_t firstNaN = firstNaN_;
-    std::size_t lineFirst = kNone;  // the start of the line not yet ended, if in `starts`
     // The usual text of a one-wave block, a value a line after a line of one
     // value, and nothing else: rows of the run, all of them.
-    if (!starts.empty() && columns == 1 && first - lineStart == 1 && rowsEnd == lineStart &&
-        firstNaN >= held_ &&
+    if (!starts.empty() && columns_ == 1 && first - lineStart_ == 1 && rowsEnd_ == lineStart_ &&
+        firstNaN_ >= held_ &&
         std::all_of(starts.begin(), starts.end(), [](std::uint32_t s) { return (s & kFirstOfLine) != 0; })) {
-      runRows += static_cast<std::int64_t>(starts.size());
-      rowsEnd = lineStart = held_ - 1;
+      runRows_ += static_cast<std::int64_t>(starts.size());
+      rowsEnd_ = lineStart_ = held_ - 1;
       lineOffset_ = textOffset + (starts.back() & ~kFirstOfLine);
-      std::tie(lineStart_, rowsEnd_, runRows_) = std::tuple(lineStart, rowsEnd, runRows);
       return;
     }
     for (std::size_t i = 0; i < starts.size(); ++i) {
       if ((starts[i] & kFirstOfLine) == 0) continue;
-      const std::size_t end = first + i;
-      if (end - lineStart == columns && rowsEnd == lineStart && firstNaN >= end) {
-        ++runRows;
-        rowsEnd = lineStart = end;
-      } else {
-        if (lineFirst != kNone) lineOffset_ = textOffset + (starts[lineFirst] & ~kFirstOfLine);
-        std::tie(lineStart_, rowsEnd_, runRows_) = std::tuple(lineStart, rowsEnd, runRows);
-        EndLine(end);
-        std::tie(lineStart, rowsEnd, runRows, columns, firstNaN) =
-            std::tuple(lineStart_, rowsEnd_, runRows_, columns_, firstNaN_);
-      }
-      lineFirst = i;
+      EndLine(first + i);
+      lineOffset_ = textOffset + (starts[i] & ~kFirstOfLine);
     }
-    if (lineFirst != kNone) lineOffset_ = textOffset + (starts[lineFirst] & ~kFirstOfLine);
-    std::tie(lineStart_, rowsEnd_, runRows_) = std::tuple(lineStart, rowsEnd, runRows);
   }
 
   // Whether the share cannot be read to its end: a line of more fields than
@@ -179,6 +155,22 @@ class RowKeeper {
   std::int64_t written_ = 0;
 };
 
+// Where the line that holds byte `at` ends, past its line end; the file's
+// length when the file ends first; nothing when the line is longer than
+// kMaxLineChars.
+std::optional<std::int64_t> AfterLineEnd(SourceFile& source, std::int64_t at) {
+  std::vector<std::uint8_t> chunk(1 << 16);
+  for (const std::int64_t limit = at + static_cast<std::int64_t>(kMaxLineChars) + 1; at < limit;) {
+    const std::size_t got = source.ReadPadded(at, chunk);
+    if (got == 0) return source.Length();
+    const auto* const bytes = reinterpret_cast<const char*>(chunk.data());
+    const char* const end = std::find_if(bytes, bytes + got, [](char c) { return c == '\r' || c == '\n'; });
+    at += end - bytes;
+    if (end != bytes + got) return at + 1;
+  }
+  return std::nullopt;
+}
+
 }  // namespace
 
 ShareLines ReadShareLines(const SourceFile& text, Stretch share, const std::filesystem::path& folder) {
@@ -186,72 +178,42 @@ ShareLines ReadShareLines(const SourceFile& text, Stretch share, const std::file
   ShareLines lines;
   lines.values.emplace(folder);
   RowKeeper keeper(lines);
-  // Past the window: the look-ahead of the search and the longest number read.
-  std::vector<std::uint8_t> window(kPieceWindowBytes + kPieceCutLookAhead + kMaxNumberText);
-  std::vector<std::uint32_t> starts(kSpanBytes);
-  std::vector<std::uint32_t> offsets(kSpanBytes);
+  std::vector<std::uint32_t> starts(kPieceSpanBytes);
+  std::vector<std::uint32_t> offsets(kPieceSpanBytes);
   PieceNumberReader reader(PieceReading::kWholeField);
   const FieldStartsSearch fieldStarts = FastestFieldStarts();
   FieldSearchState state;  // a share starts where a line does
-  std::int64_t start = share.from;
-  for (; start < share.to; start += kPieceWindowBytes) {
-    const std::size_t got = source.ReadPadded(start, window);
-    const std::string_view view(reinterpret_cast<const char*>(window.data()), got);
-    const auto searched =
-        static_cast<std::size_t>(std::min<std::int64_t>(kPieceWindowBytes, share.to - start));
-    if (got < searched) throw SourceChangedError();  // shorter than when it was opened
-    for (std::size_t span = 0; span < searched; span += kSpanBytes) {
-      const std::size_t found =
-          fieldStarts(view.data(), span, std::min(kSpanBytes, searched - span), state, starts.data());
-      for (std::size_t i = 0; i < found; ++i) offsets[i] = starts[i] & ~kFirstOfLine;
-      reader.Read(view, std::span<const std::uint32_t>(offsets.data(), found), kMaxNumberText,
-                  std::span<double>(keeper.Room(found), found));
-      keeper.Take(std::span<const std::uint32_t>(starts.data(), found), start);
-      if (keeper.GivesUp()) {
-        lines.unread = true;
-        return lines;
-      }
-    }
-    state.lastLineEnd -= kPieceWindowBytes;  // counted from the next window
-  }
+  std::int64_t windowStart = share.from;  // where state.lastLineEnd is counted from
+  ForEachSpan(source, share, [&](const TextSpan& span) {
+    state.lastLineEnd -= span.windowStart - windowStart;
+    windowStart = span.windowStart;
+    const std::size_t found = fieldStarts(span.text.data(), span.from, span.length, state, starts.data());
+    for (std::size_t i = 0; i < found; ++i) offsets[i] = starts[i] & ~kFirstOfLine;
+    reader.Read(span.text, std::span<const std::uint32_t>(offsets.data(), found), kMaxNumberText,
+                std::span<double>(keeper.Room(found), found));
+    keeper.Take(std::span<const std::uint32_t>(starts.data(), found), windowStart);
+    lines.unread = keeper.GivesUp();
+    return !lines.unread;
+  });
+  if (lines.unread) return lines;
   keeper.Finish();
-  const std::int64_t lastLine = share.to - start - state.lastLineEnd - 1;  // a last line without its end
+  const std::int64_t lastLine = share.to - windowStart - state.lastLineEnd - 1;  // a last line without its end
   lines.unread = std::max(state.longestLine, lastLine) > static_cast<std::int64_t>(kMaxLineChars);
   return lines;
 }
 
 std::optional<std::vector<Stretch>> SharesOfLines(SourceFile& source, std::int64_t from) {
   const std::int64_t length = source.Length();
-  std::vector<Stretch> shares = SplitEvenly(length - from, PartsFor(length - from, kSmallestShareOfLines));
-  std::vector<std::uint8_t> chunk(1 << 16);
-  for (std::size_t k = 0; k < shares.size(); ++k) {
-    shares[k].from = k == 0 ? from : shares[k - 1].to;
-    if (k + 1 == shares.size()) {
-      shares[k].to = length;
-      break;
-    }
+  const std::vector<Stretch> even = SplitEvenly(length - from, PartsFor(length - from, kSmallestShareOfLines));
+  std::vector<Stretch> shares;
+  for (std::size_t k = 1; k < even.size(); ++k) {
+    const std::int64_t start = shares.empty() ? from : shares.back().to;
     // The cut goes after the first line end from the byte before the even cut on.
-    std::int64_t at = std::max(shares[k].from, from + shares[k].to - 1);
-    const std::int64_t searchEnd = at + static_cast<std::int64_t>(kMaxLineChars) + 1;
-    for (;;) {
-      if (at >= length) {
-        at = length;
-        break;
-      }
-      if (at >= searchEnd) return std::nullopt;
-      const std::size_t got = source.ReadPadded(at, chunk);
-      const auto* const bytes = reinterpret_cast<const char*>(chunk.data());
-      const char* const end =
-          std::find_if(bytes, bytes + got, [](char c) { return c == '\r' || c == '\n'; });
-      at += end - bytes;
-      if (end != bytes + got) {
-        ++at;
-        break;
-      }
-      if (got == 0) at = length;
-    }
-    shares[k].to = at;
+    const auto cut = AfterLineEnd(source, std::max(start, from + even[k].from - 1));
+    if (!cut) return std::nullopt;
+    shares.push_back({start, *cut});
   }
+  shares.push_back({shares.empty() ? from : shares.back().to, length});
   return shares;
 }
 
