@@ -1,6 +1,6 @@
 """Sources built here (and one real ATF), converted and read back by all three readers, the
-WAV export by Python's own wave module: raw binary, WAV, Axograph, CDR, Igor binary and text,
-ASCII tables."""
+WAV export by Python's own wave module: raw binary, WAV, Axograph, CDR, Igor binary and text
+(Macintosh waves and Pulse exports), ASCII tables."""
 
 import os
 import struct
@@ -110,6 +110,13 @@ class ConverterReadBack(ConvoraTestCase):
                     self.skipTest("the samples folder is absent")
                 recording = self.convert_one(command, self.write(name, data), *options)
                 self.assertStored(recording, units, rate_hz, sweeps, counts)
+
+    def test_a_pulse_export_comes_back_as_sweeps_of_traces(self):
+        # Two sweeps of two traces, wave (sweep, trace) holding sweep and -trace pA; each trace
+        # is scaled to its own peak, 2 pA, which stores every value exactly.
+        recording = self.convert_one("convert", self.write("cell.itx", make_seeds.pulse_text()))
+        self.assertStored(recording, ["pA", "pA"], 5e4,
+                          [[[1, -1], [1, -2]], [[2, -1], [2, -2]]], low=0, within=1e-3)
 
 
 if __name__ == "__main__":

@@ -129,5 +129,17 @@ TEST(IgorTextLayout, AFaultAnywhereIsNamedByItsLine) {
   }
 }
 
+// A number longer than the shares read is no fault: the text is read line
+// by line, and the number is whole.
+TEST(IgorTextLayout, ANumberTooLongForTheSharesIsReadLineByLine) {
+  TempDir dir;
+  WriteFile(dir / "w.itx", TextBytes("IGOR\nWAVES a\nBEGIN\n" + std::string(5000, '0') + "1.5\n2\nEND\n"));
+  SourceFile source(dir / "w.itx");
+  const IgorTextLayout layout = ReadIgorText(source, dir.Path());
+  std::vector<double> values(2);
+  ReadBlockRows(layout, 0, 0, values);
+  EXPECT_EQ(values, (std::vector<double>{1.5, 2.0}));
+}
+
 }  // namespace
 }  // namespace convora::test
