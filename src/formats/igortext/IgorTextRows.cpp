@@ -4,7 +4,6 @@
 #include <cmath>
 #include <span>
 #include <string_view>
-#include <tuple>
 
 #include "abf/ConvoraError.h"
 #include "abf/TextLines.h"
