@@ -1,7 +1,8 @@
 // The Igor text reader's shares against its line-by-line reading, on the
 // fuzzer's bytes: both must find the same waves with the same values, or
-// refuse the file with the same message. A difference aborts, which the
-// fuzzer reports with the input.
+// refuse the file with the same message, and the extremes the shares find
+// must be those of the values. A difference aborts, which the fuzzer
+// reports with the input.
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -31,6 +32,14 @@ Outcome Read(const std::filesystem::path& path, bool lineByLine) {
       outcome.text += "block " + std::to_string(block.columns) + "x" + std::to_string(block.rows) + "\n";
       std::vector<double> values(block.columns * static_cast<std::size_t>(block.rows));
       ReadBlockRows(layout, b, 0, values);
+      // Extremes found on the way must be those of the values.
+      for (std::size_t c = 0; c < block.extremes.size(); ++c) {
+        Extremes column(values.at(c));
+        for (std::size_t i = c; i < values.size(); i += block.columns) column.Add(values[i]);
+        if (!(column.Minimum() == block.extremes[c].Minimum() && column.Maximum() == block.extremes[c].Maximum())) {
+          std::abort();
+        }
+      }
       outcome.values.insert(outcome.values.end(), values.begin(), values.end());
     }
     for (const IgorTextWave& wave : layout.waves) {

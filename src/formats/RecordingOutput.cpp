@@ -333,7 +333,8 @@ std::filesystem::path WriteRecording(Workbench& bench, const Recording& recordin
 
   // First pass: the extremes of the stored values of every kept channel.
   // Counts with no offset are kept as they are whatever they hold, so a
-  // recording of nothing else is read once, without this pass.
+  // recording of nothing else is read once, without this pass, as is one
+  // whose reader knows the extremes.
   std::vector<std::optional<Extremes>> extremes(kept);
   const auto storageOf = [&] {
     std::vector<ChannelStorage> storage;
@@ -348,8 +349,14 @@ std::filesystem::path WriteRecording(Workbench& bench, const Recording& recordin
     storage = storageOf();
   }
   const Shares shares(recording, reader);
-  if (storage.empty() || std::any_of(storage.begin(), storage.end(),
-                                     [](const ChannelStorage& c) { return !c.keepsCounts; })) {
+  for (std::size_t c = 0; c < kept; ++c) extremes[c] = reader.KnownExtremes(c);
+  const bool known =
+      std::all_of(extremes.begin(), extremes.end(), [](const auto& e) { return e.has_value(); });
+  if (!known) extremes.assign(kept, std::nullopt);  // some at most: the pass finds them all
+  if (known) {
+    storage = storageOf();
+  } else if (storage.empty() || std::any_of(storage.begin(), storage.end(),
+                                            [](const ChannelStorage& c) { return !c.keepsCounts; })) {
     // Each share's extremes, joined in order.
     std::vector<std::vector<std::optional<Extremes>>> found(
         shares.Count(), std::vector<std::optional<Extremes>>(kept));

@@ -24,6 +24,7 @@
 
 #include "abf/AbfOutput.h"
 #include "abf/FileIo.h"
+#include "abf/SampleScaling.h"
 #include "abf/StartDateTime.h"
 #include "workbench/Workbench.h"
 
@@ -93,6 +94,11 @@ class ScanReader {
   // The answer is the same for every sweep.
   virtual bool CopySweep(std::int64_t sweep, std::int64_t scans, DataSectionWriter& out);
 
+  // The extremes of a channel's stored values over every sweep, all of them
+  // finite, where the reader knows them without reading the values: the pass
+  // that finds them is then left out. Nothing (the default) where it does not.
+  virtual std::optional<Extremes> KnownExtremes(std::size_t /*channel*/) const { return std::nullopt; }
+
   // A copy of this reader for another thread, reading the source opened
   // again, so that the stretches of a large recording are read at once;
   // nothing (the default) where reading must stay on one thread.
@@ -120,7 +126,8 @@ class ScanReader {
 
 // Writes `recording` to the selected file's output (bench.OutputPathFor:
 // the source path up to its first "." plus `ending`) through the output
-// procedure, reading the values twice (extremes, then counts). Throws
+// procedure, reading the values twice (extremes, then counts) or, where the
+// reader knows the extremes, once. Throws
 // ConvoraError, with nothing written, for a recording that ABF 1.x cannot
 // hold or whose values cannot be stored.
 std::filesystem::path WriteRecording(Workbench& bench, const Recording& recording,

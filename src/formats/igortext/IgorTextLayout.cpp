@@ -132,7 +132,7 @@ class LayoutBuilder {
       if (textWaves) {
         layout_.textWaves.insert(layout_.textWaves.end(), pending_.begin(), pending_.end());
       } else {
-        layout_.blocks.push_back({pending_.size(), 0, {}});
+        layout_.blocks.push_back({pending_.size(), 0, {}, {}});
         for (std::size_t c = 0; c < pending_.size(); ++c) {
           layout_.waves.push_back({pending_[c], layout_.blocks.size() - 1, c, 0.0, ""});
         }
@@ -244,6 +244,12 @@ std::optional<IgorTextLayout> LayoutOfShares(SourceFile& source, std::vector<Sha
         if (run.columns != block.columns) return std::nullopt;
         block.rows += run.rows;
         block.parts.push_back({k, run.firstValue, run.rows});
+        const auto found = std::span(shares[k].extremes).subspan(run.firstExtremes, run.columns);
+        if (block.extremes.empty()) {
+          block.extremes.assign(found.begin(), found.end());
+        } else {
+          for (std::size_t c = 0; c < found.size(); ++c) block.extremes[c].Add(found[c]);
+        }
         continue;
       }
       // Most lines that are not rows are short: read in small chunks.

@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "abf/FileIo.h"
+#include "abf/SampleScaling.h"
 #include "abf/ScratchFile.h"
 
 namespace convora {
@@ -34,6 +35,9 @@ struct IgorTextBlock {
   std::size_t columns;
   std::int64_t rows = 0;
   std::vector<KeptRows> parts;  // in order
+  // Each column's extremes, where the shares found them (none when the text
+  // was read line by line, or the block holds no rows).
+  std::vector<Extremes> extremes;
 };
 
 struct IgorTextWave {

@@ -63,9 +63,11 @@ class RowKeeper {
   }
 
   // Whether the share cannot be read to its end: a line of more fields than
-  // a line of kMaxLineChars characters holds, or too many runs to keep.
+  // a line of kMaxLineChars characters holds, or too many runs or extremes
+  // to keep.
   bool GivesUp() const {
-    return held_ - lineStart_ > kMaxLineChars / 2 + 1 || lines_.runs.size() > kMostRunsPerShare;
+    return held_ - lineStart_ > kMaxLineChars / 2 + 1 || lines_.runs.size() > kMostRunsPerShare ||
+           lines_.extremes.size() > kMostRunsPerShare;
   }
 
   // Ends the last line and writes what is kept.
@@ -115,22 +117,49 @@ class RowKeeper {
     }
     if (fields != columns_) {
       EndRun();
-      lines_.runs.push_back({lineOffset_, 0, fields, written_ + static_cast<std::int64_t>(rowsEnd_)});
+      lines_.runs.push_back({lineOffset_, 0, fields, written_ + static_cast<std::int64_t>(rowsEnd_),
+                             lines_.extremes.size()});
+      for (std::size_t c = 0; c < fields; ++c) lines_.extremes.emplace_back(values_[rowsEnd_ + c]);
       columns_ = fields;
+      added_ = rowsEnd_;
     }
     ++runRows_;
     rowsEnd_ += fields;
   }
 
   void EndRun() {
-    if (columns_ != kNone) lines_.runs.back().rows = runRows_;
+    if (columns_ != kNone) {
+      AddToExtremes();
+      lines_.runs.back().rows = runRows_;
+    }
     columns_ = kNone;
     runRows_ = 0;
+  }
+
+  // Adds the rows' values not yet added to the extremes of the run they
+  // belong to, the last one.
+  void AddToExtremes() {
+    if (columns_ == kNone || added_ == rowsEnd_) return;
+    const LineRun& run = lines_.runs.back();
+    Extremes* const extremes = lines_.extremes.data() + run.firstExtremes;
+    const std::span<const double> rows(values_.data() + added_, rowsEnd_ - added_);
+    if (columns_ == 1) {
+      extremes->Add(rows);
+    } else {
+      auto column = static_cast<std::size_t>(
+          (written_ + static_cast<std::int64_t>(added_) - run.firstValue) % static_cast<std::int64_t>(columns_));
+      for (const double value : rows) {
+        extremes[column].Add(value);
+        if (++column == columns_) column = 0;
+      }
+    }
+    added_ = rowsEnd_;
   }
 
   // Writes the rows' values taken so far; the values of the line not yet
   // ended move to the front.
   void Write() {
+    AddToExtremes();
     kept_.WriteDoubles(written_, std::span<const double>(values_.data(), rowsEnd_));
     written_ += static_cast<std::int64_t>(rowsEnd_);
     std::copy(values_.begin() + static_cast<std::ptrdiff_t>(lineStart_),
@@ -139,12 +168,14 @@ class RowKeeper {
     held_ -= lineStart_;
     lineStart_ = 0;
     rowsEnd_ = 0;
+    added_ = 0;
   }
 
   ShareLines& lines_;
   ScratchFile& kept_;
   std::vector<double> values_;
   std::size_t rowsEnd_ = 0;    // values_[0, rowsEnd_): rows' values not yet written
+  std::size_t added_ = 0;      // values_[0, added_): those added to their run's extremes
   std::size_t lineStart_ = 0;  // values_[lineStart_, held_): the values of the line not yet ended
   std::size_t held_ = 0;
   std::size_t firstNaN_ = kNone;  // from lineStart_ on

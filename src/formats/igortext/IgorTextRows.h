@@ -13,6 +13,7 @@
 
 #include "abf/FileIo.h"
 #include "abf/Parallel.h"
+#include "abf/SampleScaling.h"
 #include "abf/ScratchFile.h"
 
 namespace convora {
@@ -27,17 +28,23 @@ struct LineRun {
   std::int64_t rows = 0;        // 0 for a line that is not a row
   std::size_t columns = 0;      // fields in each line
   std::int64_t firstValue = 0;  // of the rows, in the share's scratch file
+  std::size_t firstExtremes = 0;  // of the rows' columns, in ShareLines::extremes
 };
 
-// Runs a share keeps at most, 8 MiB of them: past that, a text whose number
-// of fields changes from line to line is read line by line.
+// Runs a share keeps at most, 10 MiB of them, and as many columns' extremes,
+// 4 MiB: past that, a text whose number of fields changes from line to line
+// is read line by line.
 inline constexpr std::size_t kMostRunsPerShare = 1 << 18;
 
 struct ShareLines {
   std::optional<ScratchFile> values;  // the rows' values, row after row
   std::vector<LineRun> runs;          // blank lines left out
+  // The extremes of each run of rows, column by column: found while the
+  // values are at hand, they spare the output a pass over them all.
+  std::vector<Extremes> extremes;
   // The share was not read to its end, or not wholly: a line holds more
-  // than kMaxLineChars characters, or the share more runs than it keeps.
+  // than kMaxLineChars characters, or the share more runs or extremes than
+  // it keeps.
   bool unread = false;
 };
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <map>
 #include <memory>
 #include <optional>
@@ -78,6 +79,19 @@ class WaveReader : public ScanReader {
 
   std::unique_ptr<ScanReader> ForAnotherThread() const override {
     return std::make_unique<WaveReader>(layout_, grid_);
+  }
+
+  std::optional<Extremes> KnownExtremes(std::size_t channel) const override {
+    std::optional<Extremes> joined;
+    for (const std::vector<std::size_t>& sweep : grid_) {
+      const IgorTextWave& wave = layout_.waves[sweep[channel]];
+      const IgorTextBlock& block = layout_.blocks[wave.block];
+      if (block.extremes.empty()) return std::nullopt;
+      JoinExtremes(joined, block.extremes[wave.column]);
+    }
+    // An infinite value is refused by the pass that finds the extremes.
+    if (!joined || !std::isfinite(joined->Minimum()) || !std::isfinite(joined->Maximum())) return std::nullopt;
+    return joined;
   }
 
   void ReadScans(std::int64_t sweep, std::int64_t first, std::span<double> out) override {

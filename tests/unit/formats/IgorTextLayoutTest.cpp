@@ -95,6 +95,15 @@ TEST(IgorTextLayout, SharesReadEveryRowAsALineByLineReadingDoes) {
         ASSERT_EQ(std::bit_cast<std::uint64_t>(values[i]), std::bit_cast<std::uint64_t>(expected[i]))
             << "first line longer by " << longer << ", block " << b << ", value " << i;
       }
+      // Each column's extremes, found on the way.
+      const std::size_t columns = layout.blocks[b].columns;
+      ASSERT_EQ(layout.blocks[b].extremes.size(), columns);
+      for (std::size_t c = 0; c < columns; ++c) {
+        Extremes column(values[c]);
+        for (std::size_t i = c; i < values.size(); i += columns) column.Add(values[i]);
+        EXPECT_EQ(layout.blocks[b].extremes[c].Minimum(), column.Minimum()) << "block " << b << ", column " << c;
+        EXPECT_EQ(layout.blocks[b].extremes[c].Maximum(), column.Maximum()) << "block " << b << ", column " << c;
+      }
     }
   }
 }
