@@ -81,6 +81,7 @@ class RowKeeper {
   // Where the first NaN, the value of a field that is not a number, lies
   // from values_[from] on.
   std::size_t FirstNaN(std::size_t from) const {
+    if (AllFinite(std::span<const double>(values_.data() + from, held_ - from))) return kNone;
     for (std::size_t i = from; i < held_; ++i) {
       if (std::isnan(values_[i])) return i;
     }
