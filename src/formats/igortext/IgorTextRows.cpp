@@ -40,21 +40,32 @@ class RowKeeper {
     return values_.data() + held_ - count;
   }
 
-  // The fields whose values the last Room holds, as the search found them in
-  // the text from `textOffset`.
+  // The usual text of a one-wave block: the `count` (at least one) fields
+  // whose values the last Room holds each start a line, and follow a line of
+  // one value in a run of such rows. They are then rows of the run, all of
+  // them, the last from `lastOffset` in the file. False, with nothing taken,
+  // where they are not.
+  bool TakeOneValueRows(std::size_t count, std::int64_t lastOffset) {
+    const std::size_t first = held_ - count;
+    if (firstNaN_ == kNone) firstNaN_ = FirstNaN(first);
+    if (columns_ != 1 || first - lineStart_ != 1 || firstNaN_ < held_) return false;
+    if (rowsEnd_ != lineStart_) {  // lines that were not rows lie between: their values go
+      std::copy(values_.begin() + static_cast<std::ptrdiff_t>(lineStart_),
+                values_.begin() + static_cast<std::ptrdiff_t>(held_),
+                values_.begin() + static_cast<std::ptrdiff_t>(rowsEnd_));
+      held_ -= lineStart_ - rowsEnd_;
+    }
+    runRows_ += static_cast<std::int64_t>(count);
+    rowsEnd_ = lineStart_ = held_ - 1;
+    lineOffset_ = lastOffset;
+    return true;
+  }
+
+  // The fields whose values the last Room holds, as the marked search found
+  // them in the text from `textOffset`.
   void Take(std::span<const std::uint32_t> starts, std::int64_t textOffset) {
     const std::size_t first = held_ - starts.size();
     if (firstNaN_ == kNone) firstNaN_ = FirstNaN(first);
-    // The usual text of a one-wave block, a value a line after a line of one
-    // value, and nothing else: rows of the run, all of them.
-    if (!starts.empty() && columns_ == 1 && first - lineStart_ == 1 && rowsEnd_ == lineStart_ &&
-        firstNaN_ >= held_ &&
-        std::all_of(starts.begin(), starts.end(), [](std::uint32_t s) { return (s & kFirstOfLine) != 0; })) {
-      runRows_ += static_cast<std::int64_t>(starts.size());
-      rowsEnd_ = lineStart_ = held_ - 1;
-      lineOffset_ = textOffset + (starts.back() & ~kFirstOfLine);
-      return;
-    }
     for (std::size_t i = 0; i < starts.size(); ++i) {
       if ((starts[i] & kFirstOfLine) == 0) continue;
       EndLine(first + i);
@@ -209,20 +220,26 @@ ShareLines ReadShareLines(const SourceFile& text, Stretch share, const std::file
   ShareLines lines;
   lines.values.emplace(folder);
   RowKeeper keeper(lines);
-  std::vector<std::uint32_t> starts(kPieceSpanBytes);
   std::vector<std::uint32_t> offsets(kPieceSpanBytes);
+  std::vector<std::uint32_t> marked(kPieceSpanBytes);
   PieceNumberReader reader(PieceReading::kWholeField);
-  const FieldStartsSearch fieldStarts = FastestFieldStarts();
+  const FieldStartsSearch fieldStarts = FastestUnmarkedFieldStarts();
+  const FieldStartsSearch markedFieldStarts = FastestFieldStarts();
   FieldSearchState state;  // a share starts where a line does
   std::int64_t windowStart = share.from;  // where state.lastLineEnd is counted from
   ForEachSpan(source, share, [&](const TextSpan& span) {
     state.lastLineEnd -= span.windowStart - windowStart;
     windowStart = span.windowStart;
-    const std::size_t found = fieldStarts(span.text.data(), span.from, span.length, state, starts.data());
-    for (std::size_t i = 0; i < found; ++i) offsets[i] = starts[i] & ~kFirstOfLine;
+    FieldSearchState before = state;
+    const std::size_t found = fieldStarts(span.text.data(), span.from, span.length, state, offsets.data());
     reader.Read(span.text, std::span<const std::uint32_t>(offsets.data(), found), kMaxNumberText,
                 std::span<double>(keeper.Room(found), found));
-    keeper.Take(std::span<const std::uint32_t>(starts.data(), found), windowStart);
+    const bool valueALine = found != 0 && state.linesStarted - before.linesStarted == static_cast<std::int64_t>(found);
+    if (!valueALine || !keeper.TakeOneValueRows(found, windowStart + offsets[found - 1])) {
+      // Which fields start lines: searched again, with the marks.
+      markedFieldStarts(span.text.data(), span.from, span.length, before, marked.data());
+      keeper.Take(std::span<const std::uint32_t>(marked.data(), found), windowStart);
+    }
     lines.unread = keeper.GivesUp();
     return !lines.unread;
   });

@@ -99,7 +99,7 @@ __attribute__((target("avx2,popcnt,bmi"), flatten)) std::size_t WidePieceStarts(
 // when the run of separators before it holds a line end: adding the line
 // ends to the separators carries a bit through the rest of such a run onto
 // the field's first byte, and through no other run.
-template <typename Search>
+template <typename Search, bool kMarked>
 std::size_t FieldStarts(const char* text, std::size_t from, std::size_t length,
                         FieldSearchState& state, std::uint32_t* starts) {
   std::size_t found = 0;
@@ -128,10 +128,23 @@ std::size_t FieldStarts(const char* text, std::size_t from, std::size_t length,
       state.longestLine = std::max(state.longestLine, first - state.lastLineEnd - 1);
       state.lastLineEnd = static_cast<std::int64_t>(block) + 63 - std::countl_zero(ends);
     }
-    for (; fields != 0; fields &= fields - 1) {
-      const int bit = std::countr_zero(fields);
-      starts[found++] = static_cast<std::uint32_t>(block + static_cast<std::size_t>(bit)) |
-                        static_cast<std::uint32_t>(firstOfLine >> bit & 1) << 31;
+    state.linesStarted += static_cast<std::int64_t>(Search::CountBits(firstOfLine));
+    if constexpr (kMarked) {
+      for (; fields != 0; fields &= fields - 1) {
+        const int bit = std::countr_zero(fields);
+        starts[found++] = static_cast<std::uint32_t>(block + static_cast<std::size_t>(bit)) |
+                          static_cast<std::uint32_t>(firstOfLine >> bit & 1) << 31;
+      }
+    } else {
+      const std::size_t count = Search::CountBits(fields);
+      for (std::size_t written = 0; written < count; written += kCutsPerStep) {
+#pragma GCC unroll 8
+        for (int k = 0; k < kCutsPerStep; ++k) {
+          starts[found + written + k] = static_cast<std::uint32_t>(block) + static_cast<std::uint32_t>(std::countr_zero(fields));
+          fields &= fields - 1;
+        }
+      }
+      found += count;
     }
   }
   state.afterSeparator = before != 0;
@@ -139,19 +152,22 @@ std::size_t FieldStarts(const char* text, std::size_t from, std::size_t length,
   return found;
 }
 
+template <bool kMarked>
 __attribute__((target("avx2,popcnt,bmi"), flatten)) std::size_t WideFieldStarts(
     const char* text, std::size_t from, std::size_t length, FieldSearchState& state,
     std::uint32_t* starts) {
-  return FieldStarts<WideSearch>(text, from, length, state, starts);
+  return FieldStarts<WideSearch, kMarked>(text, from, length, state, starts);
 }
 
+template <bool kMarked>
 std::size_t NarrowFieldStarts(const char* text, std::size_t from, std::size_t length,
                               FieldSearchState& state, std::uint32_t* starts) {
-  return FieldStarts<NarrowSearch>(text, from, length, state, starts);
+  return FieldStarts<NarrowSearch, kMarked>(text, from, length, state, starts);
 }
 #else
 bool IsLineEnd(char c) { return c == '\r' || c == '\n'; }
 
+template <bool kMarked>
 std::size_t PortableFieldStarts(const char* text, std::size_t from, std::size_t length,
                                 FieldSearchState& state, std::uint32_t* starts) {
   std::size_t found = 0;
@@ -165,7 +181,9 @@ std::size_t PortableFieldStarts(const char* text, std::size_t from, std::size_t 
     }
     const bool separator = IsLineEnd(c) || c == ' ' || c == '\t';
     if (!separator && state.afterSeparator) {
-      starts[found++] = static_cast<std::uint32_t>(i) | (state.lineEnded != 0 ? kFirstOfLine : 0);
+      const bool firstOfLine = state.lineEnded != 0;
+      starts[found++] = static_cast<std::uint32_t>(i) | (kMarked && firstOfLine ? kFirstOfLine : 0);
+      state.linesStarted += firstOfLine;
       state.lineEnded = 0;
     }
     state.afterSeparator = separator;
@@ -201,15 +219,24 @@ PieceStartsSearch FastestPieceStarts() {
   return &PortablePieceStarts;
 }
 
-FieldStartsSearch FastestFieldStarts() {
+namespace {
+
+template <bool kMarked>
+FieldStartsSearch FastestFieldStartsOf() {
 #if defined(__SSE2__)
   if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("popcnt") && __builtin_cpu_supports("bmi")) {
-    return &WideFieldStarts;
+    return &WideFieldStarts<kMarked>;
   }
-  return &NarrowFieldStarts;
+  return &NarrowFieldStarts<kMarked>;
 #else
-  return &PortableFieldStarts;
+  return &PortableFieldStarts<kMarked>;
 #endif
 }
+
+}  // namespace
+
+FieldStartsSearch FastestFieldStarts() { return FastestFieldStartsOf<true>(); }
+
+FieldStartsSearch FastestUnmarkedFieldStarts() { return FastestFieldStartsOf<false>(); }
 
 }  // namespace convora

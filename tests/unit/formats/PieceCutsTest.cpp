@@ -75,7 +75,7 @@ std::pair<std::vector<std::uint32_t>, std::int64_t> FieldsByDefinition(const std
 // The text searched in stretches of any length one after another, so that
 // fields, runs of blanks and line ends straddle their ends and those of the
 // blocks within them.
-TEST(PieceCuts, TheFieldSearchFindsFieldsAndLineStartsAcrossStretches) {
+TEST(PieceCuts, TheFieldSearchesFindFieldsAndLineStartsAcrossStretches) {
   std::mt19937 random(4);
   const std::vector<std::string> parts = {"\r\n", "\r", "\n", " ", "\t", "  \t", "1.5", "-2e-11", "END"};
   for (int round = 0; round < 200; ++round) {
@@ -84,18 +84,28 @@ TEST(PieceCuts, TheFieldSearchFindsFieldsAndLineStartsAcrossStretches) {
     while (text.size() < length) text += parts[random() % parts.size()];
     text.resize(length);
     text.append(kPieceCutLookAhead, '\0');
-    FieldSearchState state;
-    std::vector<std::uint32_t> starts(length + 1);
-    std::size_t found = 0;
+    // The unmarked search runs alongside: the same starts without the marks,
+    // and as many lines started as there are marks.
+    FieldSearchState state, unmarkedState;
+    std::vector<std::uint32_t> starts(length + 1), unmarked(length + 1 + kPieceStartsSlack);
+    std::size_t found = 0, unmarkedFound = 0;
     for (std::size_t from = 0; from < length;) {
       const std::size_t stretch = std::min<std::size_t>(length - from, random() % 300);
       found += FastestFieldStarts()(text.data(), from, stretch, state, starts.data() + found);
+      unmarkedFound += FastestUnmarkedFieldStarts()(text.data(), from, stretch, unmarkedState,
+                                                    unmarked.data() + unmarkedFound);
       from += stretch;
     }
     starts.resize(found);
+    unmarked.resize(unmarkedFound);
     const auto [expected, longest] = FieldsByDefinition(text, length);
     ASSERT_EQ(starts, expected) << "round " << round;
     EXPECT_EQ(std::max<std::int64_t>(state.longestLine, 63), std::max<std::int64_t>(longest, 63));
+    std::vector<std::uint32_t> cleared;
+    for (const std::uint32_t start : expected) cleared.push_back(start & ~kFirstOfLine);
+    ASSERT_EQ(unmarked, cleared) << "round " << round;
+    EXPECT_EQ(unmarkedState.linesStarted,
+              std::count_if(expected.begin(), expected.end(), [](std::uint32_t s) { return (s & kFirstOfLine) != 0; }));
   }
 }
 
