@@ -133,7 +133,6 @@ class RowKeeper {
                              lines_.extremes.size()});
       for (std::size_t c = 0; c < fields; ++c) lines_.extremes.emplace_back(values_[rowsEnd_ + c]);
       columns_ = fields;
-      added_ = rowsEnd_;
     }
     ++runRows_;
     rowsEnd_ += fields;
