@@ -61,9 +61,23 @@ struct WideSearch {
   }
 };
 
-// The search of PieceStartsSearch, 64 bytes at a time. The starts are
-// written eight at a time whatever their number, since a branch on how many
-// a block holds is mispredicted about once a block.
+// Writes `base` plus the place of each of the `count` bits set in `bits` to
+// `starts`, in order, kCutsPerStep at a time whatever their number (up to
+// kCutsPerStep - 1 entries past the last): a branch on how many a block holds
+// is mispredicted about once a block.
+inline void WriteBitPlaces(std::uint64_t bits, std::size_t count, std::uint32_t base,
+                           std::uint32_t* starts) {
+  for (std::size_t written = 0; written < count; written += kCutsPerStep) {
+    // Unrolled: as a loop, each write costs a compare and a jump more.
+#pragma GCC unroll 8
+    for (int k = 0; k < kCutsPerStep; ++k) {
+      starts[written + k] = base + static_cast<std::uint32_t>(std::countr_zero(bits));
+      bits &= bits - 1;
+    }
+  }
+}
+
+// The search of PieceStartsSearch, 64 bytes at a time.
 template <typename Search>
 std::size_t PieceStarts(const char* text, std::size_t from, std::size_t length,
                         std::uint32_t* starts) {
@@ -74,16 +88,8 @@ std::size_t PieceStarts(const char* text, std::size_t from, std::size_t length,
                                std::uint64_t{at[kBlockBytes] == '\t'} << (kBlockBytes - 1);
     std::uint64_t cuts = Search::BytesEqualTo(at, '\r') & tabs;
     if (from + length - block < kBlockBytes) cuts &= (std::uint64_t{1} << (from + length - block)) - 1;
-    const auto pieceStart = static_cast<std::uint32_t>(block + 2);
     const std::size_t count = Search::CountBits(cuts);
-    for (std::size_t written = 0; written < count; written += kCutsPerStep) {
-      // Unrolled: as a loop, each write costs a compare and a jump more.
-#pragma GCC unroll 8
-      for (int k = 0; k < kCutsPerStep; ++k) {
-        starts[found + written + k] = pieceStart + static_cast<std::uint32_t>(std::countr_zero(cuts));
-        cuts &= cuts - 1;
-      }
-    }
+    WriteBitPlaces(cuts, count, static_cast<std::uint32_t>(block + 2), starts + found);
     found += count;
   }
   return found;
@@ -137,13 +143,7 @@ std::size_t FieldStarts(const char* text, std::size_t from, std::size_t length,
       }
     } else {
       const std::size_t count = Search::CountBits(fields);
-      for (std::size_t written = 0; written < count; written += kCutsPerStep) {
-#pragma GCC unroll 8
-        for (int k = 0; k < kCutsPerStep; ++k) {
-          starts[found + written + k] = static_cast<std::uint32_t>(block) + static_cast<std::uint32_t>(std::countr_zero(fields));
-          fields &= fields - 1;
-        }
-      }
+      WriteBitPlaces(fields, count, static_cast<std::uint32_t>(block), starts + found);
       found += count;
     }
   }
