@@ -21,7 +21,7 @@ std::string Digits(std::mt19937& random, int count) {
 
 // A number in one of the forms a wave may hold, or something close to one,
 // ended by a carriage return most of the time, else by another blank or
-// line end, or by something else.
+// line end, or by something else (a control character among them).
 std::string RandomPiece(std::mt19937& random) {
   const auto pick = [&](std::initializer_list<const char*> choices) {
     return std::string(choices.begin()[random() % choices.size()]);
@@ -34,7 +34,7 @@ std::string RandomPiece(std::mt19937& random) {
     piece += pick({"-", "-", "+", "", "--"});
     piece += Digits(random, static_cast<int>(random() % 6));
   }
-  return piece + pick({"\r", "\r", "\r", "\r", "\t", " pA\r", "", "\r\r", "5\r", "\n", " "});
+  return piece + pick({"\r", "\r", "\r", "\r", "\t", " pA\r", "", "\r\r", "5\r", "\n", " ", "\v\r"});
 }
 
 // Random pieces of every form; then the forms a recording repeats, with their
@@ -60,7 +60,9 @@ TEST(PieceNumberReader, ReadsEveryFormAsTheNumberReadAloneIs) {
                             "1e-11\r", "2e-11\r", "-0\r", "0\r", "-0.0e-30\r", "5e-12\rabc",
                             "123456789012.5\r", "1e22\r", "1e23\r", "9e-22\r", "9e-23\r",
                             // Digits where the learnt line has its return, and no return in view.
-                            "1.5\r", "1.55 pA, no return"}) {
+                            "1.5\r", "1.55 pA, no return",
+                            // A control character where the learnt line has its return.
+                            "1.5\x01\r"}) {
     add(piece);
   }
   // Every piece read in one call, up to 64 characters of each, with the
