@@ -140,7 +140,7 @@ void MainWindow::BuildMenus() {
         std::string(kProductCaption) +
             "\nConverts electrophysiology recordings to ABF 1.x files.\n\nIt uses Qt 6 "
             "(LGPL-3.0)" +
-            (kLinksMatio ? ", libmatio (BSD-2-Clause) and zlib (Zlib licence)." : "."));
+            (kUsesMatio ? ", libmatio (BSD-2-Clause) and zlib (Zlib licence)." : "."));
   });
 }
 

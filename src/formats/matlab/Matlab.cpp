@@ -1,7 +1,5 @@
 #include "formats/matlab/Matlab.h"
 
-#include <matio.h>
-
 #include <algorithm>
 #include <climits>
 #include <cmath>
@@ -14,6 +12,7 @@
 #include "abf/ConvoraError.h"
 #include "abf/PathText.h"
 #include "formats/RecordingOutput.h"
+#include "formats/matlab/Libmatio.h"
 #include "formats/matlab/VariableCheck.h"
 
 // A MAT-file of version 5 or 6 (one layout; version 7 is 5 with compressed
@@ -42,10 +41,10 @@ std::string MatioReason() {
 }
 
 struct FileCloser {
-  void operator()(mat_t* file) const { Mat_Close(file); }
+  void operator()(mat_t* file) const { Libmatio().Close(file); }
 };
 struct VariableFreer {
-  void operator()(matvar_t* variable) const { Mat_VarFree(variable); }
+  void operator()(matvar_t* variable) const { Libmatio().VarFree(variable); }
 };
 using MatFile = std::unique_ptr<mat_t, FileCloser>;
 using MatVariable = std::unique_ptr<matvar_t, VariableFreer>;
@@ -127,13 +126,13 @@ class SlabReader {
   }
 
   void Read(matvar_t& v, std::vector<int> start, std::vector<int> edge, std::span<double> out) {
-    bytes_.resize(out.size() * static_cast<std::size_t>(Mat_SizeOfClass(v.class_type)));
+    bytes_.resize(out.size() * static_cast<std::size_t>(Libmatio().SizeOfClass(v.class_type)));
     std::vector<int> stride(start.size(), 1);
     MatioMessage().clear();
     const int failed =
         start.size() == 1
-            ? Mat_VarReadDataLinear(file_, &v, bytes_.data(), start[0], 1, edge[0])
-            : Mat_VarReadData(file_, &v, bytes_.data(), start.data(), stride.data(), edge.data());
+            ? Libmatio().VarReadDataLinear(file_, &v, bytes_.data(), start[0], 1, edge[0])
+            : Libmatio().VarReadData(file_, &v, bytes_.data(), start.data(), stride.data(), edge.data());
     if (failed != 0) {
       throw ConvoraError("cannot read the values of variable " + std::string(v.name ? v.name : "") +
                          MatioReason());
@@ -141,7 +140,7 @@ class SlabReader {
     Decode(v.class_type, bytes_.data(), out);
   }
 
-  bool IsHdf5() const { return Mat_GetVersion(file_) == MAT_FT_MAT73; }
+  bool IsHdf5() const { return Libmatio().GetVersion(file_) == MAT_FT_MAT73; }
 
   double One(matvar_t& v, int at = 0) {
     double value = 0.0;
@@ -187,8 +186,8 @@ struct ChannelStructure {
 
 std::optional<ChannelStructure> AsChannelStructure(matvar_t& v, SlabReader& read) {
   if (v.class_type != MAT_C_STRUCT || Elements(v) != 1) return std::nullopt;
-  matvar_t* values = Mat_VarGetStructFieldByName(&v, "values", 0);
-  matvar_t* interval = Mat_VarGetStructFieldByName(&v, "interval", 0);
+  matvar_t* values = Libmatio().VarGetStructFieldByName(&v, "values", 0);
+  matvar_t* interval = Libmatio().VarGetStructFieldByName(&v, "interval", 0);
   if (values == nullptr || interval == nullptr || !IsRealNumeric(*values) || values->rank != 2 ||
       std::min(values->dims[0], values->dims[1]) != 1 || Elements(*values) < 1 ||
       !IsRealNumeric(*interval) || Elements(*interval) != 1) {
@@ -422,9 +421,9 @@ void ConvertStructures(Workbench& bench, SlabReader& read, const Candidate& chos
   Recording recording;
   for (const auto& c : chosen.channels) {
     read.RequireStored(*c.values);
-    std::string title = read.Text(Mat_VarGetStructFieldByName(c.structure, "title", 0));
+    std::string title = read.Text(Libmatio().VarGetStructFieldByName(c.structure, "title", 0));
     recording.channels.push_back({title.empty() ? std::string(c.structure->name) : title,
-                                  read.Text(Mat_VarGetStructFieldByName(c.structure, "units", 0)),
+                                  read.Text(Libmatio().VarGetStructFieldByName(c.structure, "units", 0)),
                                   1.0, 0.0, KeepsCounts(*c.values)});
   }
   recording.channelIntervalUs =
@@ -467,18 +466,18 @@ void ConvertArray(Workbench& bench, SlabReader& read, const Candidate& chosen,
 }  // namespace
 
 void ConvertMatLab(Workbench& bench) {
-  static const bool logging = (Mat_LogInitFunc("convora", KeepMatioMessage), true);
+  static const bool logging = (Libmatio().LogInitFunc("convora", KeepMatioMessage), true);
   (void)logging;
   SourceFile source(bench.SelectedFilePath);
   CheckVariables(source);
   MatioMessage().clear();
-  const MatFile file(Mat_Open(bench.SelectedFilePath.c_str(), MAT_ACC_RDONLY));
+  const MatFile file(Libmatio().Open(bench.SelectedFilePath.c_str(), MAT_ACC_RDONLY));
   if (!file) {
     throw ConvoraError("not a MAT-file of version 5, 6, 7 or 7.3 that libmatio can open" +
                        MatioReason());
   }
   std::vector<MatVariable> all;
-  while (matvar_t* v = Mat_VarReadNextInfo(file.get())) {
+  while (matvar_t* v = Libmatio().VarReadNextInfo(file.get())) {
     MatVariable owned(v);
     if (v->name != nullptr) all.push_back(std::move(owned));  // a nameless one cannot be chosen
   }
