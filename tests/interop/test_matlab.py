@@ -1,12 +1,14 @@
 """MAT-files of version 5 (scipy) and 7.3 (h5py), one for each way a recording is found,
 converted and read back against the arrays written."""
 
+import ctypes.util
 import os
 import re
 import struct
+import subprocess
 import unittest
 
-from interop_support import HAVE_SAMPLES, SAMPLES, ConvoraTestCase, main, numpy
+from interop_support import CONVORA, HAVE_SAMPLES, SAMPLES, ConvoraTestCase, main, numpy
 
 try:
     import h5py
@@ -130,6 +132,21 @@ class MatFiles(ConvoraTestCase):
                 self.assertRegex(done.stderr, rf"^error: {re.escape(source)}: [^\n]*\n$")
                 self.assertIn(why, done.stderr)
                 self.assertFalse(os.path.exists(self.path(name.replace(".mat", ".ABF"))))
+
+    def test_a_libmatio_that_cannot_be_loaded_ends_only_the_mat_file(self):
+        # libmatio is loaded when a MAT-file is read: an empty file of its name, found first
+        # on the library path, must leave the program able to start and convert the rest.
+        blocked = self.path("lib")
+        os.makedirs(blocked)
+        open(os.path.join(blocked, ctypes.util.find_library("matio")), "wb").close()
+        mat = save(self.path("pair.mat"), PAIR, "5")
+        wave = self.write("wave.itx", b"IGOR\rWAVES\twave0\rBEGIN\r\t-1e-12\r\t1e-12\rEND\r")
+        done = subprocess.run([CONVORA, "convert", "--interval", "100", mat, wave],
+                              cwd=self.folder, capture_output=True, text=True, timeout=20,
+                              env={**os.environ, "LD_LIBRARY_PATH": blocked})
+        self.assertEqual(done.stdout.splitlines(), [self.path("wave.ABF")])
+        self.assertRegex(done.stderr, rf"^error: {re.escape(mat)}: cannot load libmatio[^\n]*\n$")
+        self.assertNotEqual(done.returncode, 0)
 
     @unittest.skipUnless(HAVE_SAMPLES, "the samples folder is absent")
     def test_real_files_give_their_largest_array_with_time_along_its_longer_side(self):
