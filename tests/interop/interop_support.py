@@ -112,9 +112,10 @@ class ConvoraTestCase(unittest.TestCase):
         """A writable copy of a sample file, in the scratch folder."""
         return shutil.copyfile(os.path.join(SAMPLES, *parts), self.path(parts[-1]))
 
-    def run_convora(self, *args, timeout=None):
+    def run_convora(self, *args, timeout=None, env=None):
         return subprocess.run([CONVORA, *args], cwd=self.folder, stdin=subprocess.DEVNULL,
-                              capture_output=True, text=True, check=False, timeout=timeout)
+                              capture_output=True, text=True, check=False, timeout=timeout,
+                              env=env)
 
     def convert(self, *args):
         """Runs convora; asserts success; returns the written paths."""
